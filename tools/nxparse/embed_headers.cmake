@@ -1,0 +1,11 @@
+# Writes OUT, a C++ file with the text of every header of DIR, as a table of name and text.
+file(GLOB HEADERS ${DIR}/*.h)
+list(SORT HEADERS)
+set(TEXT "// Generated from tools/nxparse/include.\nextern const struct { const char* name; const char* text; } embedded_headers[] = {\n")
+foreach(header ${HEADERS})
+  get_filename_component(name ${header} NAME)
+  file(READ ${header} body)
+  string(APPEND TEXT "{\"${name}\", R\"nxheader(${body})nxheader\"},\n")
+endforeach()
+string(APPEND TEXT "{nullptr, nullptr}};\n")
+file(WRITE ${OUT} "${TEXT}")

@@ -1,0 +1,23 @@
+/* A char has 16 bits: it is as wide as short. */
+#ifndef _NX_LIMITS_H
+#define _NX_LIMITS_H
+#define CHAR_BIT 16
+#define SCHAR_MIN (-32767 - 1)
+#define SCHAR_MAX 32767
+#define UCHAR_MAX 65535
+#define CHAR_MIN SCHAR_MIN
+#define CHAR_MAX SCHAR_MAX
+#define MB_LEN_MAX 1
+#define SHRT_MIN (-32767 - 1)
+#define SHRT_MAX 32767
+#define USHRT_MAX 65535
+#define INT_MIN (-2147483647 - 1)
+#define INT_MAX 2147483647
+#define UINT_MAX 4294967295u
+#define LONG_MIN (-2147483647L - 1L)
+#define LONG_MAX 2147483647L
+#define ULONG_MAX 4294967295uL
+#define LLONG_MIN (-9223372036854775807LL - 1LL)
+#define LLONG_MAX 9223372036854775807LL
+#define ULLONG_MAX 18446744073709551615uLL
+#endif

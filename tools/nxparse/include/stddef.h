@@ -1,0 +1,8 @@
+#ifndef _NX_STDDEF_H
+#define _NX_STDDEF_H
+typedef unsigned int size_t;
+typedef int ptrdiff_t;
+typedef unsigned short wchar_t;
+#define NULL ((void*)0)
+#define offsetof(type, member) __builtin_offsetof(type, member)
+#endif

@@ -1,0 +1,86 @@
+// VM: runs a program. One activation of run() is one activation of an interpreted function called from outside (main,
+// or a comparison function called back by the library); calls inside the program do not nest on the host's stack.
+#ifndef NXRUN_EXEC_H
+#define NXRUN_EXEC_H
+
+#include "bytecode.h"
+
+#include <functional>
+
+// Ends a run with its place: what TRAP becomes once the dispatch loop has added function and position.
+struct TRAPPED {
+    std::string text; // "file:line:column: in function: cause", then the calls that led there, a line each
+};
+
+struct VM_OPTIONS {
+    bool count = false;          // the program was compiled with counters
+    int64_t max_steps = 0;       // executed nodes; 0: no limit
+    bool strict = false;         // report conversions out of range
+};
+
+class VM {
+  public:
+    VM(PROGRAM&, MEMORY&, const VM_OPTIONS&);
+    ~VM();
+    VM(const VM&) = delete;
+    VM& operator=(const VM&) = delete;
+
+    // Runs main with the arguments given and then the functions registered with atexit. Returns the exit status;
+    // throws TRAPPED. Output is flushed in every case.
+    int run_main(const std::vector<std::string>& args);
+
+    // Calls a function of the program from a library function; `args` are as in its slots. Returns slot 0.
+    int64_t call_back(ADDRESS function, const SIGNATURE& as, std::initializer_list<int64_t> args);
+
+    COUNTS counts() const; // of the run so far
+
+    // Writes to standard output (1) or standard error (2). Standard output is gathered and given out in pieces.
+    void write(int stream, const char* text, size_t n);
+    void flush();
+    int read_char(); // from standard input; -1 at the end
+    void unread_char(int c) { pushed_back_ = c; }
+
+    PROGRAM& program;
+    MEMORY& mem;
+    const VM_OPTIONS options;
+    std::function<void(int, const char*, size_t)> on_output; // default: the process's own streams
+    std::function<int()> on_input;
+
+    // State of library functions.
+    uint32_t random_state = 1;
+    ADDRESS strtok_next = 0;
+    std::vector<ADDRESS> at_exit;
+    int write_error = 0;
+
+  private:
+    struct FRAME {
+        const FUNCTION* function;
+        const INSN* pc;     // instruction that runs, or the call that is under way
+        int64_t* slots;
+        ADDRESS memory;
+    };
+    static constexpr size_t slot_limit = size_t{1} << 24;  // 64-bit slots of all frames together
+    static constexpr size_t frame_limit = size_t{1} << 20; // nested calls
+    static constexpr int host_limit = 200;                 // nested activations of run()
+
+    void run(const FUNCTION*, int64_t* slots);
+    void enter(const FUNCTION*, int64_t* slots);
+    const FUNCTION* callee_of(int64_t address, const SIGNATURE& as, int64_t* args);
+    [[noreturn]] void raise(const TRAP&);
+    std::string position_text(const FRAME&) const;
+    void note_saturation();
+    ADDRESS place_arguments(const std::vector<std::string>& args);
+
+    int64_t* slots_;                 // [slot_limit]
+    std::vector<FRAME> frames_;
+    ADDRESS memory_top_;             // first unit of the stack that is not in use
+    std::vector<uint64_t> entered_;  // how often each block was entered
+    COUNTS dynamic_;                 // what only the run knows: lengths of block copies
+    int64_t steps_left_;
+    int host_depth_ = 0;
+    int notes_ = 0;
+    std::string output_;
+    int pushed_back_ = -1;
+};
+
+#endif
