@@ -5,7 +5,7 @@
 set -euo pipefail
 
 declare -A packages=(
-    # the library and the tools; ccache and mold only make it faster
+    # the library and the tools; ccache and mold only save time
     [build]="g++ cmake ninja-build make python3 libboost-dev libboost-graph-dev libgtest-dev libbenchmark-dev
              llvm-14-dev libclang-14-dev ccache mold"
     # lit and FileCheck; random programs; the 32-bit native build they are compared with

@@ -42,7 +42,10 @@ int strcaseicmp(const char* a, const char* b) { return strcasecmp(a, b); }
 int strcaseincmp(const char* a, const char* b, size_t n) { return strncasecmp(a, b, n); }
 const char* strcaseistr(const char* text, const char* part) { return strcasestr(text, part); }
 
+void (*end_run_hook)(int status);
+
 void end_run(int status) {
+    if (end_run_hook != nullptr) end_run_hook(status);
 #ifdef NX_FUZZ
     throw run_ended{status};
 #else

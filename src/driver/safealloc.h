@@ -19,6 +19,8 @@ const char* strcaseistr(const char* text, const char* part);
 // program that holds the optimizer as a library (the fuzz targets) can catch it: with NX_FUZZ defined it throws
 // run_ended instead.
 [[noreturn]] void end_run(int status);
+// Called first by end_run, with the status; null if nothing is to be done.
+extern void (*end_run_hook)(int status);
 struct run_ended {
     int status;
 };

@@ -166,6 +166,7 @@ struct I_FILE {
     int block_depth = 0;          // 0 outside functions, 1 in the parameters, 2 after the locals began, then one a block
     std::vector<SYMTAB*> locals;  // of the function that is read or written
     std::vector<SYMTAB*> globals;
+    bool in_type_section = false; // reading: aggregates may name one another before their lists are read
     bool body_closed = false;     // writing: the body's end was written by the first initialiser
 
     // ---- lifetime
@@ -241,6 +242,7 @@ struct I_FILE {
     fkMDATA* find_mdataref(uint32_t typeref, uint32_t member_id);
     void enter_type(uint32_t n, TYPE_INFO);
     TYPE_INFO* type_info(uint32_t n);                   // the entry, or null
+    void if_types_read();                               // end of the type section: closes what is open, adopts basic types
 
     // ---- writing records (if_write)
     void if_enter_option_set(uint32_t number, const std::vector<std::string>&); // queued for the option section

@@ -51,7 +51,6 @@ struct BLOCK_RECORD {
 };
 
 struct FUNINFO {
-    FUNINFO* hash_next = nullptr;
     uint32_t number = 0;              // order of creation, from 0
     SYMTAB* symbol = nullptr;         // null for a function that is only called
     SYMTAB* integrable_locals = nullptr;
@@ -124,5 +123,17 @@ struct FILEINFO {
     uint8_t file_flags = 0;           // 1 main is defined, 2 a root exists, 4 an external definition, 8 calls outside
     uint8_t pass_number = 1;
 };
+
+// The record of the function of that name (without prefix), made if there is none.
+FUNINFO* make_FUNINFO(const char* name);
+FUNINFO* find_FUNINFO(const char* name);       // null if there is none
+FUNINFO* find_FUNINFO_for_symbol(const SYMTAB* function);
+bool function_is_defined(const FUNINFO*);      // its body is in this file
+const std::vector<FUNINFO*>& all_FUNINFOs();   // in order of creation
+void init_FUNINFO_table();                     // empties it
+
+// The functions still in the run, in running order: filled as the input is read, replaced by the step
+// "set call-graph order".
+extern std::vector<SYMTAB*> functions;
 
 #endif

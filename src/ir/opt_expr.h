@@ -8,7 +8,6 @@
 #include "ir/node.h"
 #include "ir/symbol.h"
 
-#include <functional>
 #include <vector>
 
 // ---- constructors (node and expression trees)
@@ -38,7 +37,8 @@ NODE* get_callee_for_call(NODE* call);           // the NAME of a direct call, e
 NODE* get_arguments_to_call(NODE* call);         // null for a UCALL
 // The operands of a COMMA chain in source order; one entry for any other tree. Never recurses.
 std::vector<NODE*> comma_list(NODE* chain);
-void for_each_label_ref(NODE* terminator, const std::function<void(NODE*)>& visit); // every LABEL of a control statement
+// Calls `visit` on every LABEL of a control statement (BRANCH, IF, CBRANCH, SWITCH), in order; conditions are not walked.
+template <typename F> void for_each_label_ref(NODE* terminator, F&& visit);
 
 // ---- queries
 bool trees_are_congruent(const NODE* a, const NODE* b, bool se_ok = false); // both compute the same value
@@ -85,8 +85,79 @@ bool lvalue_is_a_ref_parm(const NODE*);
 LIST* promote_toplevel_COMMAOPs_in_list(LIST*);  // splits COMMAOP statements
 void set_scope_of_tree(NODE*, LS*);
 
-// Calls `visit` on every node of the tree, operands before their node, left before right. Deep right and COMMA chains
-// are walked without recursion.
-void walk_tree(NODE* tree, const std::function<void(NODE*)>& visit);
+// Calls `visit` on every node of the tree, operands before their node, left before right, without recursion. The visitor
+// may change a node's fields but not its links.
+template <typename F> void walk_tree(NODE* tree, F&& visit) {
+    if (tree == nullptr) return;
+    if (tree->left == nullptr && tree->right == nullptr) {
+        visit(tree);
+        return;
+    }
+    std::vector<NODE*> order; // nodes in the order node, right, left: the reverse of the walk
+    std::vector<NODE*> stack{tree};
+    while (!stack.empty()) {
+        NODE* node = stack.back();
+        stack.pop_back();
+        order.push_back(node);
+        if (node->left != nullptr) stack.push_back(node->left);
+        if (node->right != nullptr && node->op != CSE_DUPE) stack.push_back(node->right);
+    }
+    for (size_t i = order.size(); i-- != 0;) visit(order[i]);
+}
+
+// The same in the order node, left, right; the visitor returns whether the node's operands are walked, too.
+template <typename F> void walk_tree_top_down(NODE* tree, F&& visit) {
+    if (tree == nullptr) return;
+    std::vector<NODE*> stack{tree};
+    while (!stack.empty()) {
+        NODE* node = stack.back();
+        stack.pop_back();
+        if (!visit(node)) continue;
+        if (node->right != nullptr && node->op != CSE_DUPE) stack.push_back(node->right);
+        if (node->left != nullptr) stack.push_back(node->left);
+    }
+}
+
+template <typename F> void for_each_label_ref(NODE* terminator, F&& visit) {
+    NODE* labels = nullptr;
+    switch (terminator->op) {
+    case BRANCH: labels = terminator->left; break;
+    case IF:
+    case CBRANCH:
+    case SWITCH: labels = terminator->right; break;
+    default: return;
+    }
+    walk_tree_top_down(labels, [&](NODE* node) {
+        if (node->op == LABEL) visit(node);
+        return node->op != LABEL && node->op != ICON;
+    });
+}
+
+// Rebuilds a tree from below: `change` gets each node when its operands are done, and gives the node that replaces it.
+template <typename F> NODE* rewrite_tree(NODE* tree, F&& change) {
+    // The root hangs below a holder, so that it has a link like any other node.
+    NODE holder(NOP, nullptr);
+    holder.left = tree;
+    struct VISIT {
+        NODE** link;
+        bool operands_done;
+    };
+    std::vector<VISIT> stack{{&holder.left, false}};
+    while (!stack.empty()) {
+        auto [link, done] = stack.back();
+        NODE* node = *link;
+        if (done) {
+            stack.pop_back();
+            *link = change(node);
+            continue;
+        }
+        stack.back().operands_done = true;
+        if (node->right != nullptr && node->op != CSE_DUPE) stack.push_back({&node->right, false});
+        if (node->left != nullptr) stack.push_back({&node->left, false});
+    }
+    NODE* result = holder.left;
+    holder.left = nullptr;
+    return result;
+}
 
 #endif

@@ -157,11 +157,12 @@ PRAGMA* symbol_has_pragma(const SYMTAB*, int kind);       // the first pragma of
 PRAGMA* remove_pragma(int kind, PRAGMA* list);            // without the pragmas of the kind, which are deleted
 bool sym_appears_in_EHT(const SYMTAB*);                   // in the exception table of the current function
 
-// The value in a symbol's initialiser at an offset in 16-bit units, read as `type`: a node of the initialiser (not to be
-// changed), or a fresh zero constant for bytes that the initialiser skips; null if there is no single such value.
+// The value in a symbol's initialiser at an offset in 16-bit units, read as `type`: a node of the initialiser, or a shared
+// constant (0 for what the initialiser skips); neither is to be changed or erased. Null if there is no single such value.
 NODE* lookup_autoinit(SYMTAB*, uint32_t offset, TYPE*);
 NODE* lookup_autoinit(NODE* lvalue);                      // NAME, STDOT chain with a constant place
 NODE* lookup_array_autoinit(SYMTAB*, uint32_t index);
+void forget_autoinit_constants();                         // erases the shared constants; done by init_symbols
 
 // Stack sharing (ir/stack_sharing): locals of sibling blocks share storage.
 void init_stack_sharing();

@@ -39,6 +39,7 @@ extern int alias_vars, memory_is_big_endian, program_mode, dump_ocg_in_GDL, dwim
 extern int aux_cmd_flag[10];
 extern int mini_mult, apply_symbolic_methods, memory_model, unsigned_index_wraps, chars_alias_other_types,
     pointer_args_are_disjoint, loop_increments_are_not_zero;
+extern int trace_indentation;          // blanks in front of traced lines
 extern bool do_MDF_vectorization, do_int_MVP, do_IP_MVP, do_beta_MVP;
 
 // Makes another function the one in work until the end of the scope.

@@ -84,10 +84,10 @@ static void execute(MACHINE *m, const uint32_t *code) {
 
 /* insertion sort of data[0..r1-1] */
 static const uint32_t sort_code[] = {
-    I(OP_LI, 2, 0, 1),     I(OP_BLT, 2, 1, 1),   I(OP_HALT, 0, 0, 0),  I(OP_LD, 3, 2, 0),    I(OP_ADDI, 4, 2, 0),
-    I(OP_LI, 15, 0, 0),    I(OP_BEQ, 4, 15, 5),  I(OP_LD, 5, 4, -1),   I(OP_BLT, 3, 5, 1),   I(OP_BEQ, 0, 0, 2),
-    I(OP_ST, 5, 4, 0),     I(OP_ADDI, 4, 4, -1), I(OP_BEQ, 4, 15, 1),  I(OP_BEQ, 5, 5, 0),   I(OP_BEQ, 4, 15, 0),
-    I(OP_LI, 6, 0, 0),     I(OP_HALT, 0, 0, 0)};
+    I(OP_LI, 15, 0, 0),  I(OP_LI, 2, 0, 1),     I(OP_BLT, 2, 1, 1),  I(OP_HALT, 0, 0, 0),
+    I(OP_LD, 3, 2, 0),   I(OP_ADDI, 4, 2, 0),   I(OP_BEQ, 4, 15, 6), I(OP_LD, 5, 4, -1),
+    I(OP_BLT, 3, 5, 1),  I(OP_BEQ, 15, 15, 3),  I(OP_ST, 5, 4, 0),   I(OP_ADDI, 4, 4, -1),
+    I(OP_BEQ, 0, 0, -7), I(OP_ST, 3, 4, 0),     I(OP_ADDI, 2, 2, 1), I(OP_BEQ, 0, 0, -14)};
 
 /* r0 = product of r1 and r2 by shift and add, through a subroutine */
 static const uint32_t multiply_code[] = {I(OP_JAL, 14, 0, 1),  I(OP_HALT, 0, 0, 0), I(OP_LI, 0, 0, 0),
@@ -122,6 +122,10 @@ int main(void) {
   m.r[1] = 20;
   execute(&m, squares_code);
   printf("squares %d, expected %d, %u instructions\n", (int)m.r[0], sum, (unsigned)m.executed);
+  m.r[1] = 20;
+  execute(&m, sort_code);
+  for (int i = 0; i < 20; i++) printf("%d ", m.data[i]);
+  printf("in %u instructions\n", (unsigned)m.executed);
   m.r[1] = 1;
   execute(&m, sort_code);
   printf("one element: halted %d after %u\n", m.halted, (unsigned)m.executed);

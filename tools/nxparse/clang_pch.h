@@ -1,4 +1,7 @@
 // Clang's headers, precompiled once for all files of this tool.
+#ifndef NXPARSE_CLANG_PCH_H
+#define NXPARSE_CLANG_PCH_H
+
 #include "clang/AST/ASTConsumer.h"
 #include "clang/AST/ASTContext.h"
 #include "clang/AST/Attr.h"
@@ -25,3 +28,5 @@
 #include <map>
 #include <string>
 #include <vector>
+
+#endif

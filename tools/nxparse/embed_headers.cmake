@@ -1,7 +1,7 @@
 # Writes OUT, a C++ file with the text of every header of DIR, as a table of name and text.
 file(GLOB HEADERS ${DIR}/*.h)
 list(SORT HEADERS)
-set(TEXT "// Generated from tools/nxparse/include.\nextern const struct { const char* name; const char* text; } embedded_headers[] = {\n")
+set(TEXT "// Generated from tools/nxparse/include.\n#include \"embedded.h\"\nextern const EMBEDDED_HEADER embedded_headers[] = {\n")
 foreach(header ${HEADERS})
   get_filename_component(name ${header} NAME)
   file(READ ${header} body)

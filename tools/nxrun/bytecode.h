@@ -75,6 +75,7 @@ struct JUMP_TABLE {
     // Dense form, used when not empty: targets of first, first + 1, ...
     int64_t first = 0;
     std::vector<uint32_t> dense;
+    void make_dense(); // if the cases lie close together
 };
 
 struct FUNCTION {

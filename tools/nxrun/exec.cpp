@@ -156,12 +156,12 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     int64_t* R = entry_slots;
     ADDRESS frame = frames_.back().memory;
 
-#define A R[pc->a]
-#define B R[pc->b]
-#define C R[pc->c]
-#define UA static_cast<uint64_t>(A)
-#define UB static_cast<uint64_t>(B)
-#define UC static_cast<uint64_t>(C)
+#define RA R[pc->a]
+#define RB R[pc->b]
+#define RC R[pc->c]
+#define UA static_cast<uint64_t>(RA)
+#define UB static_cast<uint64_t>(RB)
+#define UC static_cast<uint64_t>(RC)
 #define IMM static_cast<uint64_t>(pc->imm)
 #define DISPATCH() goto* labels[pc->op]
 #define NEXT()                                                                                                         \
@@ -170,7 +170,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         DISPATCH();                                                                                                    \
     } while (0)
 #define SIMPLE(name, expr)                                                                                             \
-    L_##name : A = (expr);                                                                                             \
+    L_##name : RA = (expr);                                                                                             \
     NEXT();
 
     try {
@@ -187,30 +187,30 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     SIMPLE(SHL_RR_##kind, to_##kind(UC >= 64 ? 0 : UB << UC))                                                          \
     SIMPLE(SHL_RI_##kind, to_##kind(IMM >= 64 ? 0 : UB << IMM))
         SHIFT(H) SHIFT(UH) SHIFT(W) SHIFT(UW) SHIFT(L)
-        SIMPLE(AND_RR, B & C)
-        SIMPLE(AND_RI, B & pc->imm)
-        SIMPLE(OR_RR, B | C)
-        SIMPLE(OR_RI, B | pc->imm)
-        SIMPLE(XOR_RR, B ^ C)
-        SIMPLE(XOR_RI, B ^ pc->imm)
-        SIMPLE(SHR_S_RR, B >> (UC >= 64 ? 63 : UC))
-        SIMPLE(SHR_S_RI, B >> (IMM >= 64 ? 63 : IMM))
+        SIMPLE(AND_RR, RB & RC)
+        SIMPLE(AND_RI, RB & pc->imm)
+        SIMPLE(OR_RR, RB | RC)
+        SIMPLE(OR_RI, RB | pc->imm)
+        SIMPLE(XOR_RR, RB ^ RC)
+        SIMPLE(XOR_RI, RB ^ pc->imm)
+        SIMPLE(SHR_S_RR, RB >> (UC >= 64 ? 63 : UC))
+        SIMPLE(SHR_S_RI, RB >> (IMM >= 64 ? 63 : IMM))
         SIMPLE(SHR_UL_RR, static_cast<int64_t>(UC >= 64 ? 0 : UB >> UC))
         SIMPLE(SHR_UL_RI, static_cast<int64_t>(IMM >= 64 ? 0 : UB >> IMM))
 
 #define DIVIDE(stem, kind, quotient)                                                                                   \
-    L_##stem##_##kind : if (C == 0) trap("division by zero");                                                          \
-    A = (quotient);                                                                                                    \
+    L_##stem##_##kind : if (RC == 0) trap("division by zero");                                                          \
+    RA = (quotient);                                                                                                    \
     NEXT();
-        DIVIDE(DIV, H, to_H(static_cast<uint64_t>(B / C)))
-        DIVIDE(DIV, W, to_W(static_cast<uint64_t>(B / C)))
-        DIVIDE(DIV, L, C == -1 ? static_cast<int64_t>(-UB) : B / C)
-        DIVIDE(DIV, U, B / C)
+        DIVIDE(DIV, H, to_H(static_cast<uint64_t>(RB / RC)))
+        DIVIDE(DIV, W, to_W(static_cast<uint64_t>(RB / RC)))
+        DIVIDE(DIV, L, RC == -1 ? static_cast<int64_t>(-UB) : RB / RC)
+        DIVIDE(DIV, U, RB / RC)
         DIVIDE(DIV, UL, static_cast<int64_t>(UB / UC))
-        DIVIDE(MOD, H, B % C)
-        DIVIDE(MOD, W, B % C)
-        DIVIDE(MOD, L, C == -1 ? 0 : B % C)
-        DIVIDE(MOD, U, B % C)
+        DIVIDE(MOD, H, RB % RC)
+        DIVIDE(MOD, W, RB % RC)
+        DIVIDE(MOD, L, RC == -1 ? 0 : RB % RC)
+        DIVIDE(MOD, U, RB % RC)
         DIVIDE(MOD, UL, static_cast<int64_t>(UB % UC))
 
         SIMPLE(NEG_H, to_H(-UB))
@@ -218,18 +218,18 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         SIMPLE(NEG_W, to_W(-UB))
         SIMPLE(NEG_UW, to_UW(-UB))
         SIMPLE(NEG_L, to_L(-UB))
-        SIMPLE(NOT_S, ~B)
+        SIMPLE(NOT_S, ~RB)
         SIMPLE(NOT_UH, to_UH(~UB))
         SIMPLE(NOT_UW, to_UW(~UB))
-        SIMPLE(ABS_H, to_H(B < 0 ? -UB : UB))
-        SIMPLE(ABS_W, to_W(B < 0 ? -UB : UB))
-        SIMPLE(ABS_L, to_L(B < 0 ? -UB : UB))
+        SIMPLE(ABS_H, to_H(RB < 0 ? -UB : UB))
+        SIMPLE(ABS_W, to_W(RB < 0 ? -UB : UB))
+        SIMPLE(ABS_L, to_L(RB < 0 ? -UB : UB))
 
 #define CHECKED(stem, builtin, kind, type)                                                                             \
     L_##stem##_##kind : {                                                                                              \
         type result;                                                                                                   \
-        if (builtin(static_cast<type>(B), static_cast<type>(C), &result)) trap("signed overflow");                     \
-        A = result;                                                                                                    \
+        if (builtin(static_cast<type>(RB), static_cast<type>(RC), &result)) trap("signed overflow");                     \
+        RA = result;                                                                                                    \
         NEXT();                                                                                                        \
     }
 #define CHECKED3(stem, builtin)                                                                                        \
@@ -239,11 +239,11 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         CHECKED3(MULT, __builtin_mul_overflow)
 
 #define SIGNED_REL(rel, op)                                                                                            \
-    SIMPLE(rel##_RR, B op C)                                                                                           \
-    SIMPLE(rel##_RI, B op pc->imm)                                                                                     \
-    L_J##rel##_RR : if (A op B) goto jump;                                                                             \
+    SIMPLE(rel##_RR, RB op RC)                                                                                           \
+    SIMPLE(rel##_RI, RB op pc->imm)                                                                                     \
+    L_J##rel##_RR : if (RA op RB) goto jump;                                                                             \
     NEXT();                                                                                                            \
-    L_J##rel##_RI : if (A op int64_t{pc->x}) goto jump;                                                                \
+    L_J##rel##_RI : if (RA op int64_t{pc->x}) goto jump;                                                                \
     NEXT();
 #define UNSIGNED_REL(rel, op)                                                                                          \
     SIMPLE(rel##_RR, UB op UC)                                                                                         \
@@ -263,30 +263,30 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         UNSIGNED_REL(UGT, >)
         UNSIGNED_REL(UGE, >=)
     L_JZ:
-        if (A == 0) goto jump;
+        if (RA == 0) goto jump;
         NEXT();
     L_JNZ:
-        if (A != 0) goto jump;
+        if (RA != 0) goto jump;
         NEXT();
     L_JMP:
     jump:
         pc = code + pc->y;
         DISPATCH();
     L_SELECT:
-        pc = code + select_target(frames_.back().function->tables[static_cast<uint32_t>(pc->x)], A);
+        pc = code + select_target(frames_.back().function->tables[static_cast<uint32_t>(pc->x)], RA);
         DISPATCH();
 
 #define FLOATING(stem, expr_f, expr_d)                                                                                 \
     L_##stem##_F : {                                                                                                   \
-        const float b = as_float(B), c = as_float(C);                                                                  \
+        const float b = as_float(RB), c = as_float(RC);                                                                  \
         (void)b, (void)c;                                                                                              \
-        A = (expr_f);                                                                                                  \
+        RA = (expr_f);                                                                                                  \
         NEXT();                                                                                                        \
     }                                                                                                                  \
     L_##stem##_D : {                                                                                                   \
-        const double b = as_double(B), c = as_double(C);                                                               \
+        const double b = as_double(RB), c = as_double(RC);                                                               \
         (void)b, (void)c;                                                                                              \
-        A = (expr_d);                                                                                                  \
+        RA = (expr_d);                                                                                                  \
         NEXT();                                                                                                        \
     }
 #define FLOAT_OP(stem, expr) FLOATING(stem, from_float(expr), from_double(expr))
@@ -306,29 +306,29 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         FLOAT_REL(FGE, b >= c)
         FLOAT_REL(FTRUE, b != 0)
 
-        SIMPLE(MOV, B)
+        SIMPLE(MOV, RB)
         SIMPLE(MOVI, pc->imm)
         SIMPLE(TO_H, to_H(UB))
         SIMPLE(TO_UH, to_UH(UB))
         SIMPLE(TO_W, to_W(UB))
         SIMPLE(TO_UW, to_UW(UB))
-        SIMPLE(TO_BOOL, B != 0)
-        SIMPLE(L_TO_F, from_float(static_cast<float>(B)))
+        SIMPLE(TO_BOOL, RB != 0)
+        SIMPLE(L_TO_F, from_float(static_cast<float>(RB)))
         SIMPLE(UL_TO_F, from_float(static_cast<float>(UB)))
-        SIMPLE(L_TO_D, from_double(static_cast<double>(B)))
+        SIMPLE(L_TO_D, from_double(static_cast<double>(RB)))
         SIMPLE(UL_TO_D, from_double(static_cast<double>(UB)))
-        SIMPLE(F_TO_D, from_double(as_float(B)))
-        SIMPLE(D_TO_F, from_float(static_cast<float>(as_double(B))))
+        SIMPLE(F_TO_D, from_double(as_float(RB)))
+        SIMPLE(D_TO_F, from_float(static_cast<float>(as_double(RB))))
 #define TO_INTEGER(kind, type)                                                                                         \
     L_F_TO_##kind : {                                                                                                  \
         bool cut = false;                                                                                              \
-        A = saturated<type>(as_float(B), cut);                                                                         \
+        RA = saturated<type>(as_float(RB), cut);                                                                         \
         if (cut && options.strict) frames_.back().pc = pc, note_saturation();                                          \
         NEXT();                                                                                                        \
     }                                                                                                                  \
     L_D_TO_##kind : {                                                                                                  \
         bool cut = false;                                                                                              \
-        A = saturated<type>(as_double(B), cut);                                                                        \
+        RA = saturated<type>(as_double(RB), cut);                                                                        \
         if (cut && options.strict) frames_.back().pc = pc, note_saturation();                                          \
         NEXT();                                                                                                        \
     }
@@ -352,14 +352,14 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         if (__builtin_expect(at >= MEMORY::limit || !written(S + at, n), 0)) mem.bad_read(at, n);                      \
         type v;                                                                                                        \
         memcpy(&v, U + at, sizeof v);                                                                                  \
-        A = static_cast<int64_t>(v);                                                                                   \
+        RA = static_cast<int64_t>(v);                                                                                   \
         NEXT();                                                                                                        \
     }
 #define STORE(kind, form, type, n)                                                                                     \
     L_ST_##kind##_##form : {                                                                                           \
         const ADDRESS at = EA_##form;                                                                                  \
         if (__builtin_expect(at >= MEMORY::limit || !writable(S + at, n), 0)) mem.bad_write(at, n);                    \
-        const type v = static_cast<type>(A);                                                                           \
+        const type v = static_cast<type>(RA);                                                                           \
         memcpy(U + at, &v, sizeof v);                                                                                  \
         memset(S + at, UNIT_VALUE, n);                                                                                 \
         NEXT();                                                                                                        \
@@ -381,21 +381,21 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         ACCESS(FX)
         ACCESS(GX)
     L_LD_BITS:
-        A = load_bits(mem, static_cast<ADDRESS>(B), static_cast<uint32_t>(pc->x), pc->y & 0xFF, (pc->y & 0x100) != 0);
+        RA = load_bits(mem, static_cast<ADDRESS>(RB), static_cast<uint32_t>(pc->x), pc->y & 0xFF, (pc->y & 0x100) != 0);
         NEXT();
     L_ST_BITS:
-        store_bits(mem, static_cast<ADDRESS>(B), static_cast<uint32_t>(pc->x), pc->y & 0xFF, A);
+        store_bits(mem, static_cast<ADDRESS>(RB), static_cast<uint32_t>(pc->x), pc->y & 0xFF, RA);
         NEXT();
     L_COPY:
-        mem.copy(static_cast<ADDRESS>(A), static_cast<ADDRESS>(B), IMM);
+        mem.copy(static_cast<ADDRESS>(RA), static_cast<ADDRESS>(RB), IMM);
         NEXT();
     L_COPY_N:
-        mem.copy(static_cast<ADDRESS>(A), static_cast<ADDRESS>(B), UC);
+        mem.copy(static_cast<ADDRESS>(RA), static_cast<ADDRESS>(RB), UC);
         dynamic_.n[C_loads] += (UC + 1) / 2;
         dynamic_.n[C_stores] += (UC + 1) / 2;
         NEXT();
     L_SWAP:
-        swap_blocks(mem, static_cast<ADDRESS>(A), static_cast<ADDRESS>(B), static_cast<uint32_t>(IMM));
+        swap_blocks(mem, static_cast<ADDRESS>(RA), static_cast<ADDRESS>(RB), static_cast<uint32_t>(IMM));
         NEXT();
     L_SET_STATE:
         memset(S + frame + static_cast<uint32_t>(pc->x), pc->a, static_cast<uint32_t>(pc->y));
@@ -416,7 +416,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         NEXT();
     L_CALL_PTR: {
         frames_.back().pc = pc;
-        const FUNCTION* f = callee_of(B, program.signatures[static_cast<uint32_t>(pc->x)], R + pc->a);
+        const FUNCTION* f = callee_of(RB, program.signatures[static_cast<uint32_t>(pc->x)], R + pc->a);
         if (f->handler != nullptr) {
             f->handler(*this, R + pc->a);
             NEXT();
@@ -428,7 +428,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         DISPATCH();
     }
     L_RET:
-        R[0] = A;
+        R[0] = RA;
     L_RET_VOID: {
         const FRAME& done = frames_.back();
         if (done.function->frame_units != 0) {
@@ -454,7 +454,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         ++entered[static_cast<uint32_t>(pc->x)];
         NEXT();
     L_CHECK:
-        if (__builtin_expect(A == 0, 0))
+        if (__builtin_expect(RA == 0, 0))
             trap("read of an undefined value, local '" + program.texts[static_cast<uint32_t>(pc->x)] + "'");
         NEXT();
     L_STOP:

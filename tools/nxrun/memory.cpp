@@ -63,7 +63,7 @@ ADDRESS MEMORY::alloc(uint64_t size) {
     if (list.blocks.size() - list.head > keep_freed) {
         block = list.blocks[list.head++];
         if (list.head > 4096 && list.head * 2 > list.blocks.size()) {
-            list.blocks.erase(list.blocks.begin(), list.blocks.begin() + ptrdiff_t(list.head));
+            list.blocks.erase(list.blocks.begin(), list.blocks.begin() + static_cast<std::ptrdiff_t>(list.head));
             list.head = 0;
         }
     } else {

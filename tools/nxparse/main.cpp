@@ -1,0 +1,304 @@
+// nxparse: C to icode. The command line, the run of Clang, and the output file.
+#include "front.h"
+#include "target.h"
+
+#include "clang/Frontend/Utils.h"
+#include "clang/Frontend/PreprocessorOutputOptions.h"
+#include "llvm/Support/raw_ostream.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <pthread.h>
+#include <unistd.h>
+
+using namespace clang;
+
+namespace {
+
+const char* const version_text = "nxparse 1.0 (C99 to icode)";
+
+const char* const help_text =
+    "Usage: nxparse [options] -o OUT.ic IN.c\n"
+    "Translates one C file into an icode file. Without -o the output is IN with the extension \".ic\".\n"
+    "  -o FILE              the output\n"
+    "  -I DIR, -isystem DIR folder of headers\n"
+    "  -include FILE        reads FILE first\n"
+    "  -D NAME[=VALUE], -U NAME\n"
+    "  -E                   only preprocesses, to standard output or to -o FILE\n"
+    "  -fsyntax-only        only checks\n"
+    "  -std=STD             c89, c99, gnu99 (the default), c11, gnu11, c17, gnu17\n"
+    "  -w                   no warnings\n"
+    "  -W...                warnings, as a C compiler takes them; -Werror makes them errors\n"
+    "  --help, --version\n"
+    "Exit status: 0, or 1 after an error; no output is left then.\n";
+
+struct COMMAND {
+    std::string input, output;
+    bool preprocess = false, check_only = false;
+    std::vector<std::string> clang_args; // for Clang's front end
+    std::vector<std::string> warnings;   // likewise, in front of our own
+};
+
+[[noreturn]] void usage_error(const std::string& text) {
+    fprintf(stderr, "nxparse: error: %s\n", text.c_str());
+    exit(1);
+}
+
+bool starts_with(const char* s, const char* with) { return strncmp(s, with, strlen(with)) == 0; }
+
+COMMAND parse_command(int argc, char** argv) {
+    COMMAND c;
+    for (int i = 1; i < argc; ++i) {
+        const char* a = argv[i];
+        // The value of an option that may be glued to it.
+        auto operand = [&](const char* option) -> std::string {
+            if (a[strlen(option)] != 0) return a + strlen(option);
+            if (i + 1 >= argc) usage_error(std::string("option '") + option + "' needs a value");
+            return argv[++i];
+        };
+        if (strcmp(a, "--help") == 0) {
+            fputs(help_text, stdout);
+            exit(0);
+        }
+        if (strcmp(a, "--version") == 0) {
+            puts(version_text);
+            exit(0);
+        }
+        if (a[0] != '-' || a[1] == 0) {
+            if (!c.input.empty()) usage_error(std::string("more than one input: '") + c.input + "' and '" + a + "'");
+            c.input = a;
+        } else if (starts_with(a, "-o")) {
+            c.output = operand("-o");
+        } else if (strcmp(a, "-E") == 0) {
+            c.preprocess = true;
+        } else if (strcmp(a, "-fsyntax-only") == 0) {
+            c.check_only = true;
+        } else if (starts_with(a, "-isystem") || starts_with(a, "-include") || starts_with(a, "-iquote")) {
+            const char* option = starts_with(a, "-isystem") ? "-isystem" : starts_with(a, "-include") ? "-include" : "-iquote";
+            c.clang_args.push_back(option);
+            c.clang_args.push_back(operand(option));
+        } else if (a[1] == 'I' || a[1] == 'D' || a[1] == 'U') {
+            const char option[] = {'-', a[1], 0};
+            c.clang_args.push_back(option);
+            c.clang_args.push_back(operand(option));
+        } else if (starts_with(a, "-std=")) {
+            c.clang_args.push_back(a);
+        } else if (strcmp(a, "-ansi") == 0) {
+            c.clang_args.push_back("-std=c89");
+        } else if (strcmp(a, "-w") == 0) {
+            c.clang_args.push_back("-w");
+        } else if (starts_with(a, "-pedantic")) {
+            c.warnings.push_back(a);
+        } else if (a[1] == 'W' && !starts_with(a, "-Wl,") && !starts_with(a, "-Wp,") && !starts_with(a, "-Wa,")) {
+            c.warnings.push_back(a);
+        } else if (strcmp(a, "-c") == 0 || a[1] == 'O' || strcmp(a, "-g") == 0 || strcmp(a, "-fsigned-char") == 0) {
+            // Accepted and without effect: optimizing is another program's work.
+        } else {
+            usage_error(std::string("unknown option '") + a + "'");
+        }
+    }
+    if (c.input.empty()) usage_error("no input file; see --help");
+    if (c.output.empty() && !c.preprocess && !c.check_only) {
+        if (c.input == "-") usage_error("standard input needs -o");
+        size_t slash = c.input.rfind('/'), dot = c.input.rfind('.');
+        bool has_extension = dot != std::string::npos && dot != 0 && (slash == std::string::npos || dot > slash + 1);
+        c.output = (has_extension ? c.input.substr(0, dot) : c.input) + ".ic";
+    }
+    return c;
+}
+
+// Warnings that Clang decides with a char of 8 bits, or that mean nothing here.
+const char* const muted[] = {
+    "-Wno-constant-conversion", "-Wno-bitfield-constant-conversion", "-Wno-tautological-compare",
+    "-Wno-tautological-constant-compare", "-Wno-tautological-constant-out-of-range-compare", "-Wno-integer-overflow",
+    "-Wno-array-bounds", "-Wno-shift-count-overflow", "-Wno-shift-overflow", "-Wno-division-by-zero",
+    "-Wno-fortify-source", "-Wno-excess-initializers", "-Wno-sizeof-array-div", "-Wno-literal-range",
+    "-Wno-builtin-requires-header", "-Wno-incompatible-library-redeclaration", "-Wno-pointer-to-int-cast",
+    "-Wno-int-to-pointer-cast", "-Wno-implicit-const-int-float-conversion"};
+
+// Clang's errors that it decides with a char of 8 bits are left out: front.cpp decides them anew.
+class NX_DIAGNOSTICS final : public TextDiagnosticPrinter {
+  public:
+    NX_DIAGNOSTICS(llvm::raw_ostream& os, DiagnosticOptions* options) : TextDiagnosticPrinter(os, options) {}
+    void HandleDiagnostic(DiagnosticsEngine::Level level, const Diagnostic& info) override {
+        if (info.getID() == diag::err_static_assert_failed) return;
+        TextDiagnosticPrinter::HandleDiagnostic(level, info);
+    }
+};
+
+// The output under a name of its own until it is complete; deleted when the run ends without it.
+class OUTPUT_FILE {
+  public:
+    explicit OUTPUT_FILE(const std::string& path) : path_(path), temporary_(path + ".part" + std::to_string(getpid())) {}
+    FILE* open() {
+        FILE* f = fopen(temporary_.c_str(), "w+b");
+        if (f == nullptr) {
+            fprintf(stderr, "nxparse: error: cannot write '%s': %s\n", path_.c_str(), strerror(errno));
+            return nullptr;
+        }
+        pending = this;
+        atexit(discard);
+        return f;
+    }
+    bool keep() {
+        pending = nullptr;
+        if (rename(temporary_.c_str(), path_.c_str()) == 0) return true;
+        fprintf(stderr, "nxparse: error: cannot write '%s': %s\n", path_.c_str(), strerror(errno));
+        unlink(temporary_.c_str());
+        return false;
+    }
+
+    static void discard() {
+        if (pending != nullptr) unlink(pending->temporary_.c_str());
+        pending = nullptr;
+    }
+
+  private:
+    static OUTPUT_FILE* pending;
+    std::string path_, temporary_;
+};
+OUTPUT_FILE* OUTPUT_FILE::pending = nullptr;
+
+class NX_CONSUMER final : public ASTConsumer {
+  public:
+    NX_CONSUMER(CompilerInstance& ci, const COMMAND& command) : ci_(ci), command_(command) {}
+    void Initialize(ASTContext&) override { watch_loop_pragmas(ci_.getPreprocessor(), loop_pragmas_); }
+    void HandleTranslationUnit(ASTContext& ctx) override {
+        if (failed()) return;
+        tp_alloc();
+        if (tp->void_type == nullptr) tp->init_type_pkg();
+        if_node_table_init();
+        OUTPUT_FILE file(command_.output.empty() ? "nxparse.out" : command_.output);
+        FILE* stream = command_.check_only ? tmpfile() : file.open();
+        if (stream == nullptr) {
+            ctx.getDiagnostics().setSuppressAllDiagnostics(true);
+            broken = true;
+            return;
+        }
+        ICODE_WRITER writer(stream, version_text);
+        FRONT front(ctx, writer, loop_pragmas_);
+        front.translate_unit();
+        if (failed()) {
+            broken = true;
+            exit(1); // the file in the making goes with the run
+        }
+        if (!writer.finish()) {
+            fprintf(stderr, "nxparse: error: cannot write '%s'\n", command_.output.c_str());
+            exit(1);
+        }
+        if (!command_.check_only && !file.keep()) broken = true;
+    }
+    static bool broken;
+
+  private:
+    bool failed() const { return ci_.getDiagnosticClient().getNumErrors() != 0; }
+    CompilerInstance& ci_;
+    const COMMAND& command_;
+    std::vector<LOOP_PRAGMA> loop_pragmas_;
+};
+bool NX_CONSUMER::broken = false;
+
+class NX_ACTION final : public ASTFrontendAction {
+  public:
+    explicit NX_ACTION(const COMMAND& command) : command_(command) {}
+    std::unique_ptr<ASTConsumer> CreateASTConsumer(CompilerInstance& ci, llvm::StringRef) override {
+        return std::make_unique<NX_CONSUMER>(ci, command_);
+    }
+
+  private:
+    const COMMAND& command_;
+};
+
+class NX_PREPROCESS final : public PreprocessorFrontendAction {
+  public:
+    explicit NX_PREPROCESS(const COMMAND& command) : command_(command) {}
+    void ExecuteAction() override {
+        std::string text;
+        llvm::raw_string_ostream os(text);
+        PreprocessorOutputOptions options;
+        options.ShowCPP = 1;
+        options.ShowLineMarkers = 1;
+        DoPrintPreprocessedInput(getCompilerInstance().getPreprocessor(), &os, options);
+        os.flush();
+        if (getCompilerInstance().getDiagnosticClient().getNumErrors() != 0) return;
+        FILE* f = stdout;
+        OUTPUT_FILE file(command_.output);
+        if (!command_.output.empty()) f = file.open();
+        bool good = f != nullptr && fwrite(text.data(), 1, text.size(), f) == text.size() && fflush(f) == 0;
+        if (f != nullptr && f != stdout) good = fclose(f) == 0 && good && file.keep();
+        if (!good) NX_CONSUMER::broken = true;
+    }
+
+  private:
+    const COMMAND& command_;
+};
+
+int compile(const COMMAND& command) {
+    std::vector<std::string> args = {"-triple", "unknown-unknown-none-elf", "-x", "c", "-std=gnu99", "-fno-builtin",
+                                     "-undef", "-nobuiltininc", "-nostdsysteminc", "-internal-isystem", header_folder,
+                                     "-fbracket-depth", "2048", "-disable-free"};
+    for (const std::string& macro : predefined_macros()) args.push_back("-D" + macro);
+    args.insert(args.end(), command.clang_args.begin(), command.clang_args.end());
+    args.insert(args.end(), command.warnings.begin(), command.warnings.end());
+    args.insert(args.end(), std::begin(muted), std::end(muted));
+    args.push_back(command.input);
+    std::vector<const char*> pointers;
+    for (const std::string& a : args) pointers.push_back(a.c_str());
+
+    auto options = llvm::makeIntrusiveRefCnt<DiagnosticOptions>();
+    auto* printer = new NX_DIAGNOSTICS(llvm::errs(), options.get());
+    CompilerInstance ci;
+    ci.createDiagnostics(printer, true);
+    auto invocation = std::make_shared<CompilerInvocation>();
+    if (!CompilerInvocation::CreateFromArgs(*invocation, pointers, ci.getDiagnostics())) return 1;
+    ci.setInvocation(invocation);
+    ProcessWarningOptions(ci.getDiagnostics(), ci.getDiagnosticOpts(), false);
+    auto files = make_file_system();
+    ci.createFileManager(files);
+    ci.createSourceManager(ci.getFileManager());
+    ci.setTarget(make_target());
+    ci.getTarget().adjust(ci.getDiagnostics(), ci.getLangOpts());
+
+    std::unique_ptr<FrontendAction> action;
+    if (command.preprocess)
+        action = std::make_unique<NX_PREPROCESS>(command);
+    else
+        action = std::make_unique<NX_ACTION>(command);
+    if (!action->BeginSourceFile(ci, ci.getFrontendOpts().Inputs[0])) return 1;
+    bool failed = static_cast<bool>(action->Execute());
+    action->EndSourceFile();
+    return failed || NX_CONSUMER::broken || ci.getDiagnosticClient().getNumErrors() != 0 ? 1 : 0;
+}
+
+struct RUN {
+    const COMMAND* command;
+    int status;
+};
+
+void* run_compile(void* data) {
+    auto* run = static_cast<RUN*>(data);
+    run->status = compile(*run->command);
+    return nullptr;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    COMMAND command = parse_command(argc, argv);
+    RUN run{&command, 1};
+    // Deeply nested programs need a deep stack; pages that are not used cost nothing.
+    for (size_t stack = size_t{1} << 30; stack >= size_t{1} << 23; stack >>= 1) {
+        pthread_attr_t attributes;
+        pthread_attr_init(&attributes);
+        pthread_t thread;
+        if (pthread_attr_setstacksize(&attributes, stack) == 0 &&
+            pthread_create(&thread, &attributes, run_compile, &run) == 0) {
+            pthread_join(thread, nullptr);
+            fflush(stdout);
+            OUTPUT_FILE::discard();
+            _exit(run.status); // the libraries' tables need no taking down
+        }
+    }
+    fprintf(stderr, "nxparse: error: no memory for the stack\n");
+    return 1;
+}

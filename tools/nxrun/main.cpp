@@ -1,0 +1,99 @@
+// nxrun: executes an icode file.
+#include "nxrun.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+const char* const usage =
+    "usage: nxrun [options] FILE [arguments of the program]\n"
+    "Executes the icode file FILE. The exit status is the program's.\n"
+    "\n"
+    "  --count[=NAME]    count what is executed; JSON to standard error, or to the file NAME\n"
+    "  --max-steps=N     stop after N executed tree nodes\n"
+    "  --check-asserts   evaluate the assertions of the file; a false one stops the run\n"
+    "  --strict          operands of differing types are an error; report float conversions out of range\n"
+    "  --trap-overflow   stop at an overflow of signed arithmetic\n"
+    "  --help            this text\n"
+    "  --version         the version\n"
+    "\n"
+    "Exit status 1: the file cannot be run. 3: the run was stopped (null pointer, out of object, undefined\n"
+    "value, division by zero, step limit, stack overflow, ...); standard error says where and why.\n";
+
+int bad_usage(const std::string& what) {
+    fprintf(stderr, "nxrun: %s\nTry 'nxrun --help'.\n", what.c_str());
+    return 1;
+}
+
+bool has_prefix(const char* text, const char* prefix, const char*& rest) {
+    size_t n = strlen(prefix);
+    if (strncmp(text, prefix, n) != 0) return false;
+    rest = text + n;
+    return true;
+}
+
+bool write_counts(const COUNTS& counts, const std::string& to) {
+    std::string text = counts.json();
+    FILE* f = to.empty() ? stderr : fopen(to.c_str(), "w");
+    if (f == nullptr) return false;
+    bool good = fwrite(text.data(), 1, text.size(), f) == text.size();
+    if (!to.empty() && fclose(f) != 0) good = false;
+    if (!good && !to.empty()) remove(to.c_str());
+    return good;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    RUN_OPTIONS options;
+    std::string count_file;
+    int i = 1;
+    for (; i < argc && argv[i][0] == '-' && argv[i][1] != 0; ++i) {
+        const char* arg = argv[i];
+        const char* rest = nullptr;
+        if (strcmp(arg, "--help") == 0) {
+            fputs(usage, stdout);
+            return 0;
+        }
+        if (strcmp(arg, "--version") == 0) {
+            puts("nxrun 1.0");
+            return 0;
+        }
+        if (strcmp(arg, "--") == 0) {
+            ++i;
+            break;
+        }
+        if (strcmp(arg, "--count") == 0) {
+            options.count = true;
+        } else if (has_prefix(arg, "--count=", rest) && *rest != 0) {
+            options.count = true;
+            count_file = rest;
+        } else if (has_prefix(arg, "--max-steps=", rest)) {
+            char* end = nullptr;
+            options.max_steps = strtoll(rest, &end, 10);
+            if (*rest == 0 || *end != 0 || options.max_steps <= 0) return bad_usage("--max-steps wants a positive number");
+        } else if (strcmp(arg, "--check-asserts") == 0) {
+            options.check_asserts = true;
+        } else if (strcmp(arg, "--strict") == 0) {
+            options.strict = true;
+        } else if (strcmp(arg, "--trap-overflow") == 0) {
+            options.trap_overflow = true;
+        } else {
+            return bad_usage(std::string("unknown option '") + arg + "'");
+        }
+    }
+    if (i >= argc) return bad_usage("no file given");
+    std::string file = argv[i];
+    for (; i < argc; ++i) options.args.push_back(argv[i]);
+
+    RUN_RESULT result = run_icode_file(file, options);
+    fflush(stdout);
+    if (result.how != RUN_RESULT::RAN) fprintf(stderr, "nxrun: %s\n", result.message.c_str());
+    if (options.count && result.how != RUN_RESULT::BAD && !write_counts(result.counts, count_file)) {
+        fprintf(stderr, "nxrun: '%s' cannot be written\n", count_file.c_str());
+        return 1;
+    }
+    return result.status;
+}

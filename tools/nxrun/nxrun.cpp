@@ -1,0 +1,80 @@
+// The interpreter as a library: see nxrun.h.
+#include "nxrun.h"
+
+#include "exec.h"
+#include "gen.h"
+
+#include <cstring>
+
+namespace {
+
+void run_program(PROGRAM& program, MEMORY& memory, const RUN_OPTIONS& options, RUN_RESULT& result) {
+    VM_OPTIONS vm_options;
+    vm_options.count = options.count;
+    vm_options.max_steps = options.max_steps;
+    vm_options.strict = options.strict;
+    VM vm(program, memory, vm_options);
+    size_t read = 0;
+    if (options.capture) {
+        vm.on_output = [&](int stream, const char* text, size_t n) { (stream == 2 ? result.errors : result.output).append(text, n); };
+        vm.on_input = [&] { return read < options.input.size() ? static_cast<unsigned char>(options.input[read++]) : -1; };
+    }
+    auto trapped = [&](const std::string& message) {
+        result.how = RUN_RESULT::TRAPPED_;
+        result.status = status_of_trap;
+        result.message = message;
+    };
+    try {
+        result.status = vm.run_main(options.args);
+    } catch (const TRAPPED& t) {
+        trapped(t.text);
+    } catch (const TRAP& t) {
+        trapped(t.cause);
+    }
+    if (vm.write_error != 0 && result.how == RUN_RESULT::RAN) trapped("standard output cannot be written");
+    if (options.count) result.counts = vm.counts();
+}
+
+RUN_RESULT run_unit(UNIT unit, const std::string& name, const RUN_OPTIONS& options) {
+    RUN_RESULT result;
+    PROGRAM program;
+    MEMORY memory;
+    GEN_OPTIONS gen;
+    gen.count = options.count;
+    gen.steps = options.max_steps > 0;
+    gen.check_asserts = options.check_asserts;
+    gen.strict = options.strict;
+    gen.trap_overflow = options.trap_overflow;
+    PROGRAM_GEN(unit, program, memory, gen, name).compile();
+    run_program(program, memory, options, result);
+    return result;
+}
+
+template <typename LOAD> RUN_RESULT run_loaded(LOAD&& load, const std::string& name, const RUN_OPTIONS& options) {
+    try {
+        return run_unit(load(), name, options);
+    } catch (const BAD_FILE& bad) {
+        RUN_RESULT result;
+        result.how = RUN_RESULT::BAD;
+        result.status = status_of_bad_file;
+        result.message = bad.text;
+        return result;
+    }
+}
+
+} // namespace
+
+RUN_RESULT run_icode_file(const std::string& path, const RUN_OPTIONS& options) {
+    return run_loaded([&] { return load_unit(path); }, path, options);
+}
+
+RUN_RESULT run_icode(const void* bytes, size_t size, const std::string& name, const RUN_OPTIONS& options) {
+    return run_loaded(
+        [&] {
+            FILE* stream = tmpfile();
+            if (stream == nullptr || fwrite(bytes, 1, size, stream) != size) throw BAD_FILE{name + ": no temporary file"};
+            rewind(stream);
+            return load_unit(stream, name);
+        },
+        name, options);
+}
