@@ -149,7 +149,7 @@ bool conditions_are_congruent(const NODE* a, const NODE* b, bool inverted, COMPA
     if (b->op == EXCLAIM && congruent(a, b->left, how)) return true;
     if (!tree_is_trivially_invertible(a)) return false;
     int op = boolean_inv[a->op];
-    if (op == b->op) return congruent(a->left, b->left, how) && congruent(a->right, b->right, how);
+    if (op == b->op && congruent(a->left, b->left, how) && congruent(a->right, b->right, how)) return true;
     return commute_inv[op] == b->op && congruent(a->left, b->right, how) && congruent(a->right, b->left, how);
 }
 

@@ -409,7 +409,10 @@ int PARSER::functional(int op, const TOKEN& start, uint32_t expect) {
             else want = right_expectation(tree, shell, expect, table);
             const int one = top(want);
             operands.push_back(one);
-            if (count == 2 && !commas && i == (ternary ? 1 : 0)) shell = node(ternary ? COLON : op, start, one);
+            if (count == 2 && !commas && i == (ternary ? 1 : 0)) {
+                shell = node(ternary ? COLON : op, start, one);
+                at(shell).type = 0;
+            }
         } while (take_punct(","));
         need_punct(")");
         const size_t have = operands.size(), need = static_cast<size_t>(count);

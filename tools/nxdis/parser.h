@@ -42,6 +42,7 @@ struct PARSER : TYPE_SOURCE {
     [[noreturn]] static void fail(const TOKEN& t, const std::string& what) { throw text_fault(t.line, t.column, what); }
     [[noreturn]] void expected(const std::string& what);
     bool at_punct(const char* p, size_t k = 0) { return lex.peek(k).kind == TOKEN::PUNCT && lex.peek(k).text == p; }
+    bool at_directive(const char* d) { return lex.peek().kind == TOKEN::DIRECTIVE && lex.peek().text == d; }
     bool at_word(const char* w, size_t k = 0) { return lex.peek(k).kind == TOKEN::WORD && lex.peek(k).text == w; }
     bool take_punct(const char* p) { return at_punct(p) && (lex.next(), true); }
     bool take_word(const char* w) { return at_word(w) && (lex.next(), true); }

@@ -18,6 +18,7 @@ const std::string& opcode_word(int op) {
     if (no <= LAST_FILE_OPCODE) w[no] = #name;
 #include "ir/opcodes.def"
         w[FILE_OPCODE_VREG] = "vreg";
+        w[RETURN] = "return_from"; // the bare word is a statement
         for (std::string& s : w)
             std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(tolower(c)); });
         return w;
@@ -251,7 +252,7 @@ void PRINTER::generic(const TREE& t, int n, uint32_t expect) {
         std::reverse(elements.begin(), elements.end());
         for (size_t i = 0; i < elements.size(); i++) {
             if (i != 0) out += ", ";
-            top(t, elements[i], e.op == COMMAOP && i + 1 == elements.size() ? expect : 0);
+            top(t, elements[i], 0);
         }
     } else if (takes_list(e.op)) {
         list(t, e.left, 0, 0);

@@ -87,8 +87,14 @@ bool FRONT::builtin_call(const CallExpr* e, PLACE& result) {
     case Builtin::BI__builtin_va_copy: {
         PLACE to = lvalue(e->getArg(0)->IgnoreParenImpCasts());
         TYPE* t = to.node->type->stqs();
-        result.pre = to.pre;
-        result.node = node2(ASG, t, to.node, convert(value(e->getArg(1)), t));
+        const Expr* a = e->getArg(1)->IgnoreParens();
+        PLACE from;
+        if (a->isLValue())
+            from = lvalue(a);
+        else
+            from.node = value(a);
+        result.pre = sequence(to.pre, from.pre);
+        result.node = node2(ASG, t, to.node, convert(from.node, t));
         return true;
     }
     case Builtin::BI__builtin_constant_p:

@@ -100,6 +100,7 @@ class FRONT {
         const clang::FieldDecl* bitfield = nullptr;
         const Expr* init = nullptr;                       // null: zero of the type, which may be an aggregate
         const clang::StringLiteral* text = nullptr;       // for an array of characters
+        bool late = false;                                // overwrites part of an earlier leaf
         std::vector<STEP> path;
     };
     struct LEAVES {

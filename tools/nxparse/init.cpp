@@ -119,8 +119,14 @@ void FRONT::collect(const Expr* init, TYPE* t, uint64_t bit, std::vector<STEP>& 
             collect_list(list, t, bit, path, leaves);
             return;
         }
-    if (isa<DesignatedInitUpdateExpr>(e) || isa<NoInitExpr>(e))
-        m.refuse(e->getExprLoc(), "a designator that changes part of an earlier initialiser is not supported");
+    if (isa<NoInitExpr>(e)) return;
+    if (const auto* update = dyn_cast<DesignatedInitUpdateExpr>(e)) { // .p = value, .p.x = part of it
+        collect(update->getBase(), t, bit, path, leaves);
+        size_t at = leaves.list.size();
+        collect(update->getUpdater(), t, bit, path, leaves);
+        for (; at < leaves.list.size(); ++at) leaves.list[at].late = true;
+        return;
+    }
     LEAF leaf;
     leaf.bit = bit;
     leaf.type = t;
@@ -194,6 +200,13 @@ std::vector<NODE*> FRONT::initialiser_nodes(const LEAVES& leaves, std::vector<co
     };
     for (const LEAF& leaf : leaves.list) {
         uint64_t unit = leaf.bit / 16;
+        if (leaf.late) {
+            if (not_constant == nullptr)
+                m.refuse(leaf.init != nullptr ? leaf.init->getExprLoc() : SourceLocation(),
+                         "a designator that changes part of an earlier initialiser is not supported here");
+            not_constant->push_back(&leaf);
+            continue;
+        }
         if (leaf.text != nullptr) {
             flush_bits();
             skip_to(unit);
