@@ -63,8 +63,8 @@ void erase_bblock(BBLK* bb) {
         bb->labels = next;
     }
     for (NODE** tree : {&bb->loop_control, &bb->loop_trip_count}) *tree = erase_tree(*tree);
-    for (BITVEC** vector : {&bb->live_in, &bb->live_out, &bb->live_use, &bb->live_def, &bb->descendants, &bb->assigned,
-                            &bb->read}) {
+    for (BITVEC** vector :
+         {&bb->live_in, &bb->live_out, &bb->live_use, &bb->live_def, &bb->descendants, &bb->assigned, &bb->read}) {
         delete *vector;
         *vector = nullptr;
     }

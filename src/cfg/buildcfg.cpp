@@ -7,9 +7,8 @@
 #include "ir/vars.h"
 
 #include <map>
+#include <string>
 #include <vector>
-
-std::string (*stmt_text_hook)(const NODE*);
 
 namespace {
 
@@ -34,9 +33,9 @@ class CFG_BUILDER {
     LBL* label_for(const NODE* ref);
 
     FUNINFO* f_;
-    LIST* current_ = nullptr;                 // the block under way, in source order
+    LIST* current_ = nullptr; // the block under way, in source order
     std::map<int32_t, LBL*> label_mapping_;
-    std::vector<const BBLK*> seen_by_;        // block serial: the last block found to have it as a successor
+    std::vector<const BBLK*> seen_by_; // block serial: the last block found to have it as a successor
 };
 
 // The block in which the function ends without a value. Its label has the number -1.
@@ -178,8 +177,8 @@ void CFG_BUILDER::bind_terminators() {
 
 // ---------------------------------------------------------------------------------------------------------- ordering
 
-// Successors with one successor first, then those with several, then those with none: the walk finishes the latter last,
-// so that they come late in the order of blocks.
+// Successors with one successor first, then those with several, then those with none: the walk finishes the latter
+// last, so that they come late in the order of blocks.
 void reorder_succs(BBLK* bb) {
     if (bb->succs == nullptr || bb->succs->next == nullptr) return;
     EDGE* kind[3] = {};

@@ -2,15 +2,11 @@
 #ifndef CFG_BUILDCFG_H
 #define CFG_BUILDCFG_H
 
-#include "ir/node.h"
-
-#include <string>
-
 // Takes FUNINFO::statements of the current function (last statement first, as seq_trees() leaves it) and builds the
 // blocks, in reverse postorder along dflink; the list is empty afterwards. Fall-through becomes an explicit BRANCH, a
 // SWITCH gets a DEFAULT, labels become LBLs, every URETURN a BRANCH to the exit block, self-recursive tail calls a loop
-// (at level 2 and above). Unreachable blocks are gone; the exit block stays, last, even if nothing reaches it. A copy of
-// the argument prolog is kept in FUNINFO::arg_tree. A label that is not defined ends the run.
+// (at level 2 and above). Unreachable blocks are gone; the exit block stays, last, even if nothing reaches it. A copy
+// of the argument prolog is kept in FUNINFO::arg_tree. A label that is not defined ends the run.
 void buildcfg();
 
 // The ordering alone, for a graph whose `succs` stand: orders the blocks, finds `preds` anew, drops what cannot be
@@ -22,8 +18,5 @@ void rebuildcfg_keeping_labels();
 // Turns tail calls of the function to itself into assignments to its parameters' copies and a BRANCH to the code behind
 // the prolog (cfg/tailrec). Called by buildcfg() when labels are bound and `succs` stand.
 void remove_tail_recursion();
-
-// The text of a statement for listings; filled in by whoever prints trees, null until then.
-extern std::string (*stmt_text_hook)(const NODE*);
 
 #endif

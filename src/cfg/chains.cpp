@@ -1,11 +1,12 @@
 // Placing blocks in chains.
 //
 // From the innermost loop outwards, the units of a loop (its blocks, and each loop directly inside of it as one chain
-// that is finished) are joined into chains, the edge whose falling through saves most first: Pettis and Hansen's bottom-up
-// positioning, one loop at a time. When an edge would join a chain with its own beginning, the chain is a ring, and it is
-// cut at the link that costs least:
+// that is finished) are joined into chains, the edge whose falling through saves most first: Pettis and Hansen's
+// bottom-up positioning, one loop at a time. When an edge would join a chain with its own beginning, the chain is a
+// ring, and it is cut at the link that costs least:
 //
-//     top:  if (!c) goto out          A ring  top -> body -> top  cut behind `top` falls from body into the test; leaving
+//     top:  if (!c) goto out          A ring  top -> body -> top  cut behind `top` falls from body into the test;
+//     leaving
 //           body                      the loop falls out of it, and entering costs one jump.
 //           goto top
 //
@@ -50,13 +51,13 @@ class CHAIN_LAYOUT {
 
     const FLOW& flow_;
     std::vector<int> chain_;
-    std::vector<int> next_;              // in the chain; -1 at the end
-    std::vector<int> head_, tail_, key_; // of a chain; key: smallest position in it
-    std::vector<int> loop_head_, loop_tail_;       // of a finished loop, by header
-    std::vector<std::vector<LINK>> links_;         // by header + 1: edges between units of the loop
-    std::vector<std::vector<int>> units_;          // by header + 1: a block of each unit
-    std::vector<double> entry_gain_;               // by header; -1.0 not known yet
-    std::vector<uint8_t> turned_;                  // by header + 1: a ring of the loop was cut
+    std::vector<int> next_;                  // in the chain; -1 at the end
+    std::vector<int> head_, tail_, key_;     // of a chain; key: smallest position in it
+    std::vector<int> loop_head_, loop_tail_; // of a finished loop, by header
+    std::vector<std::vector<LINK>> links_;   // by header + 1: edges between units of the loop
+    std::vector<std::vector<int>> units_;    // by header + 1: a block of each unit
+    std::vector<double> entry_gain_;         // by header; -1.0 not known yet
+    std::vector<uint8_t> turned_;            // by header + 1: a ring of the loop was cut
 };
 
 CHAIN_LAYOUT::CHAIN_LAYOUT(const FLOW& flow)
@@ -67,12 +68,14 @@ CHAIN_LAYOUT::CHAIN_LAYOUT(const FLOW& flow)
     head_ = tail_ = key_ = chain_;
 }
 
-// A BRANCH costs nothing when its target follows. An IF costs one more on its false way when neither target follows. The
-// small term prefers likely ways where the count of jumps is the same.
+// A BRANCH costs nothing when its target follows. An IF costs one more on its false way when neither target follows.
+// The small term prefers likely ways where the count of jumps is the same.
 double CHAIN_LAYOUT::fall_through_gain(int from, int to) const {
     constexpr double taste = 0.01;
     double p = flow_.probability(from, flow_.order[to]);
-    double saved = flow_.end[from]->op == BRANCH ? 1.0 : flow_.end[from]->op == IF ? flow_.false_probability(from) : 0.0;
+    double saved = flow_.end[from]->op == BRANCH ? 1.0
+                   : flow_.end[from]->op == IF   ? flow_.false_probability(from)
+                                                 : 0.0;
     return flow_.frequency[from] * (saved + taste * p);
 }
 
@@ -131,8 +134,8 @@ void CHAIN_LAYOUT::join(int loop, const LINK& link) {
     key_[front] = std::min(key_[front], key_[back]);
 }
 
-// Cuts the ring that the closing link makes where that costs least: the gain of the link, less what the block in front of
-// the cut saves as the last one of the loop.
+// Cuts the ring that the closing link makes where that costs least: the gain of the link, less what the block in front
+// of the cut saves as the last one of the loop.
 void CHAIN_LAYOUT::turn_ring(int loop, const LINK& closing) {
     turned_[loop + 1] = 1;
     int ring = chain_of(closing.from);
@@ -157,8 +160,8 @@ void CHAIN_LAYOUT::turn_ring(int loop, const LINK& closing) {
     next_[cut] = -1;
 }
 
-// The chains of the loop in the order of their first blocks; the one whose end saves most by falling out of the loop comes
-// last, unless it begins with the header and saves more by being fallen into.
+// The chains of the loop in the order of their first blocks; the one whose end saves most by falling out of the loop
+// comes last, unless it begins with the header and saves more by being fallen into.
 void CHAIN_LAYOUT::concatenate(int loop) {
     std::vector<int> chains;
     for (int b : units_[loop + 1]) chains.push_back(chain_of(b));

@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr double loop_weight = 8.0;        // assumed trips of a loop
-constexpr double stay_in_loop = 0.88;      // 1 - 1 / loop_weight, nearly
-constexpr double way_to_return = 0.3;      // towards a block that returns, against one that does not
+constexpr double loop_weight = 8.0;   // assumed trips of a loop
+constexpr double stay_in_loop = 0.88; // 1 - 1 / loop_weight, nearly
+constexpr double way_to_return = 0.3; // towards a block that returns, against one that does not
 constexpr double most_frequent = 1e15, least_frequent = 1e-15;
 
 void find_order(FLOW& flow) {

@@ -31,7 +31,7 @@ class TEST_COPIER {
 
 bool may_be_copied(int op) {
     if (op == IF || op == NASSERT) return true;
-    return op <= LAST_FILE_OPCODE && op != CALL && op != UCALL && op != MCALL && op != UMCALL && op != DDNODE &&
+    return op <= LAST_FILE_OPCODE && op != MCALL && op != UMCALL && op != DDNODE &&
            op != RETURN && op != SWITCH && op != PCOMMA;
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 class SEQUENCER {
   public:
-    explicit SEQUENCER(FUNINFO* f) : f_(f) {}
+    explicit SEQUENCER(FUNINFO* f) : f_(f), unused_label_(f->next_label) {}
     void run();
 
   private:
@@ -24,7 +24,11 @@ class SEQUENCER {
     void effects_of(NODE* tree, PSN* psn);
     NODE* hoist_COMMAOPs(NODE* value, PSN* psn);
 
+    void check_number(const NODE* label) const;
+    void want_label(const NODE* node, const char* what) const;
+
     FUNINFO* f_;
+    int32_t unused_label_;     // generated numbers from here down were not in use at the start
     LIST* in_ = nullptr;       // source order, from the next statement on
     LIST* out_ = nullptr;      // last statement first
     bool prolog_seen_ = false; // the place where a prolog may stand is behind us
@@ -35,8 +39,15 @@ class SEQUENCER {
     abort_optimizer(text.c_str());
 }
 
-void want_label(const NODE* node, const char* what) {
+// A number of the input is positive; a negative one was made by an earlier call.
+void SEQUENCER::check_number(const NODE* label) const {
+    int32_t number = static_cast<int32_t>(label->u.lval.low);
+    if (number == 0 || number == -1 || (number < 0 && number <= unused_label_)) malformed("label number");
+}
+
+void SEQUENCER::want_label(const NODE* node, const char* what) const {
     if (node == nullptr || node->op != LABEL) malformed(what);
+    check_number(node);
 }
 
 void give_int_type(NODE* node) {
@@ -175,6 +186,7 @@ void SEQUENCER::statement(NODE* stmt, PSN* psn) {
         give_int_type(stmt);
         give_int_type(stmt->left);
         break;
+    case LABELDEF: check_number(stmt); break;
     case RETURN: stmt->right = hoist_COMMAOPs(stmt->right, psn); break;
     default: break;
     }

@@ -1,8 +1,8 @@
 // Clean-up of the control-flow graph.
 //
-// Each round walks the blocks once against the direction of control, so that a nest of empty conditionals collapses from
-// the inside in one round: a block that became empty is known as such when its predecessors are looked at. Then the
-// order is made anew, which drops what cannot be reached, and straight lines are joined. A round costs time in
+// Each round walks the blocks once against the direction of control, so that a nest of empty conditionals collapses
+// from the inside in one round: a block that became empty is known as such when its predecessors are looked at. Then
+// the order is made anew, which drops what cannot be reached, and straight lines are joined. A round costs time in
 // proportion to the blocks and labels; two or three rounds are what a function needs.
 #include "cfg/simpcfg.h"
 
@@ -31,8 +31,8 @@ class CFG_SIMPLIFIER {
     bool can_join(const BBLK* bb) const;
 
     FUNINFO* f_;
-    std::vector<BBLK*> passes_to_;   // block serial: where a block that is only a BRANCH goes, else null
-    std::vector<uint8_t> on_path_;   // block serial: scratch of final_target
+    std::vector<BBLK*> passes_to_; // block serial: where a block that is only a BRANCH goes, else null
+    std::vector<uint8_t> on_path_; // block serial: scratch of final_target
 };
 
 // The block holds nothing but its BRANCH, and that goes elsewhere.
@@ -101,8 +101,8 @@ bool CFG_SIMPLIFIER::can_join(const BBLK* bb) const {
            next->preds->next == nullptr;
 }
 
-// Takes over the statements and successors of a chain of blocks that only follow one another. The joined blocks are left
-// empty for rebuildcfg; `preds` is not kept up, as joining leaves every block's count of predecessors as it is.
+// Takes over the statements and successors of a chain of blocks that only follow one another. The joined blocks are
+// left empty for rebuildcfg; `preds` is not kept up, as joining leaves every block's count of predecessors as it is.
 bool CFG_SIMPLIFIER::join_straight_lines() {
     bool changed = false;
     for (BBLK* bb = f_->bb_list; bb != nullptr; bb = bb->dflink) {

@@ -8,12 +8,14 @@
 // Why:    no call, no frame, and a loop that the loop passes can see.
 // Needs:  blocks with bound labels and `succs`; the prolog as the first statement.
 // Skips:  level below 2; functions of another language, interrupts, variadic functions, functions with an exception
-//         table; functions that take the address of a local: what a local held at the call must not be overwritten while
-//         the address is still in use.
-// Cost:   one look at the end of each block; one walk over the trees if there is a candidate; assignments are ordered in
+//         table; functions that take the address of a local: what a local held at the call must not be overwritten
+//         while the address is still in use.
+// Cost:   one look at the end of each block; one walk over the trees if there is a candidate; assignments are ordered
+// in
 //         time square to the number of parameters.
 #include "cfg/bbutils.h"
 #include "cfg/buildcfg.h"
+#include "ir/infix.h"
 #include "ir/types.h"
 #include "ir/vars.h"
 
@@ -26,6 +28,7 @@ namespace {
 struct PARALLEL_ASG {
     NODE* asg; // owned
     bool done = false;
+    bool saved = false; // the value is a temporary that holds it
     NODE* target() const { return asg->left; }
     NODE*& value() const { return asg->right; }
 };
@@ -117,8 +120,7 @@ LIST* TAIL_RECURSION::tail_call_cell(BBLK* bb) const {
     if (bb->succs != nullptr && bb->succs->next != nullptr) return nullptr;
     LIST *last = bb->stmts, *before = nullptr;
     for (; last->rest != nullptr; last = last->rest) before = last;
-    if (last->first->op == RETURN)
-        return bb->succs == nullptr && is_self_call(last->first->right) ? last : nullptr;
+    if (last->first->op == RETURN) return bb->succs == nullptr && is_self_call(last->first->right) ? last : nullptr;
     if (last->first->op != BRANCH || before == nullptr || !is_self_call(before->first)) return nullptr;
     return only_returns(bb->succs->bb, f_->exit_block) ? before : nullptr;
 }
@@ -195,6 +197,7 @@ void TAIL_RECURSION::save_in_temp(PARALLEL_ASG& asg, LIST*& out, PSN* psn) const
     SYMTAB* temp = sym_temp('T', -1, value->type->type_qualified(), nullptr);
     LIST* save = mkelist(mk_ASG(mk_NAME(temp, value->scope), value), nullptr, psn);
     value = mk_NAME(temp, save->first->scope);
+    asg.saved = true;
     save->rest = out;
     out = save;
 }
@@ -228,8 +231,8 @@ void TAIL_RECURSION::order(std::vector<PARALLEL_ASG>& asgs, LIST*& out, PSN* psn
                 out = mkelist(asg.asg, out, psn);
         }
         if (progress) continue;
-        for (PARALLEL_ASG& asg : asgs) // a cycle: the first value in it is saved
-            if (!asg.done) {
+        for (PARALLEL_ASG& asg : asgs) // a cycle: one more value is saved, until a target is free
+            if (!asg.done && !asg.saved) {
                 save_in_temp(asg, out, psn);
                 break;
             }
@@ -251,9 +254,11 @@ void TAIL_RECURSION::replace(BBLK* bb, LIST* cell, std::vector<PARALLEL_ASG>& as
     PSN* psn = cell->psn;
     if (print_debug)
         dprintf("\n  ===> Tail recursive self-call removed at line %ld: %s\n\n",
-                psn != nullptr ? static_cast<long>(psn->line) : 0L,
-                stmt_text_hook != nullptr ? stmt_text_hook(cell->first).c_str() : currfunc->name);
-    if (target_ == nullptr) target_ = code_behind_prolog();
+                psn != nullptr ? static_cast<long>(psn->line) : 0L, stmt2infix(cell->first).c_str());
+    if (target_ == nullptr) {
+        target_ = code_behind_prolog();
+        target_->preds = erase_edge_list(target_->preds); // predecessors are found later, for all blocks at once
+    }
     auto find_link = [&] {
         LIST** link = &bb->stmts;
         while (*link != nullptr && *link != cell) link = &(*link)->rest;
@@ -266,8 +271,8 @@ void TAIL_RECURSION::replace(BBLK* bb, LIST* cell, std::vector<PARALLEL_ASG>& as
     }
     LS* scope = cell->first->scope;
     LIST* statements = nullptr; // last first
-    if (source_interlist && stmt_text_hook != nullptr)
-        statements = mkelist(mk_ASM(47, (stmt_text_hook(cell->first) + "  return;").c_str(), scope), statements, psn);
+    if (source_interlist)
+        statements = mkelist(mk_ASM(47, (stmt2infix(cell->first) + "  return;").c_str(), scope), statements, psn);
     order(asgs, statements, psn);
     statements = mkelist(mk_ASM(47, "***\t; tail recursive call occurs here", scope), statements, psn);
     statements = mkelist(mk_BRANCH(target_, scope), statements, psn);

@@ -1,8 +1,8 @@
 #include "cfg/unsimplify.h"
 
 #include "cfg/bbutils.h"
-#include "ir/types.h"
 #include "ir/tree_slots.h"
+#include "ir/types.h"
 #include "ir/vars.h"
 
 #include <cstring>
@@ -48,8 +48,7 @@ NODE* add_subscript(NODE* umult) {
 NODE* power_to_product(NODE* node) {
     NODE *base = node->left, *exponent = node->right;
     bool small = exponent->op == ICON && !exponent->u.lval.is_negative() && exponent->u.lval <= INT65(largest_power);
-    if (!small || tree_has_side_effects(base))
-        abort_optimizer("ERROR - a power that cannot be written as a product");
+    if (!small || tree_has_side_effects(base)) abort_optimizer("ERROR - a power that cannot be written as a product");
     int n = static_cast<int>(exponent->u.lval.low);
     NODE* product = n == 0 ? nullptr : copy_tree(base);
     for (int i = 1; i < n; i++) product = maketree(MULT, product, copy_tree(base), node->type, node->scope);
@@ -61,7 +60,8 @@ NODE* power_to_product(NODE* node) {
     return product;
 }
 
-// "__sqc"(c, a, b)  ->  c ? a : b. The builtin evaluates all three: an arm with an effect is saved in a temporary first.
+// "__sqc"(c, a, b)  ->  c ? a : b. The builtin evaluates all three: an arm with an effect is saved in a temporary
+// first.
 NODE* strict_ternary_to_QUEST(NODE* call) {
     std::vector<NODE*> args = comma_list(call->left);
     if (args.size() != 3) return call;

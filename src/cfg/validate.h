@@ -1,8 +1,8 @@
 // Checkers of the invariants of statements and of the control-flow graph.
 //
 // validate_stmts() (every tree of the current function, or its flat statement list before blocks exist):
-//   operands as many as the opcode has, a type where one is needed; control statements only as statements, LABEL only in
-//   them, COLON only under QUEST, FIELD only under STDOT and STREF, COMMA only in lists; lvalues where a store or an
+//   operands as many as the opcode has, a type where one is needed; control statements only as statements, LABEL only
+//   in them, COLON only under QUEST, FIELD only under STDOT and STREF, COMMA only in lists; lvalues where a store or an
 //   address needs one; ICON integral and in range; comparisons, &&, ||, ! integral; pointers under UMULT and STREF; the
 //   prolog only in front; SWITCH lists left-leaning with distinct CASEs and one DEFAULT at the end.
 // scan_for_sharing(): every node is reached once; none is erased. The right side of a CSE_DUPE is not followed.
@@ -13,8 +13,8 @@
 //   block a URETURN of the function under one label, and no URETURN elsewhere.
 // validate_label_counts(): LBL::refcount is the number of LABELs that refer to the label.
 //
-// Each finds all faults, up to a limit, writes them to standard error (and the debug log) with step, function, block and
-// node, and ends the run if there is one. Cost: in proportion to nodes, labels and edges.
+// Each finds all faults, up to a limit, writes them to standard error (and the debug log) with step, function, block
+// and node, and ends the run if there is one. Cost: in proportion to nodes, labels and edges.
 #ifndef CFG_VALIDATE_H
 #define CFG_VALIDATE_H
 

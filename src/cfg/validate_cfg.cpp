@@ -24,8 +24,8 @@ class CFG_CHECKER {
 
     FUNINFO* f_ = currfuninfo;
     FAULT_LIST faults_;
-    std::vector<uint8_t> in_chain_;       // block serial: on the dflink chain
-    std::vector<const BBLK*> stamp_;      // block serial: the block that saw it last as a target
+    std::vector<uint8_t> in_chain_;  // block serial: on the dflink chain
+    std::vector<const BBLK*> stamp_; // block serial: the block that saw it last as a target
 };
 
 std::string name_of(const BBLK* bb) { return bb == nullptr ? "none" : "BB#" + std::to_string(bb->serial); }
@@ -58,8 +58,7 @@ bool CFG_CHECKER::check_chains() {
     if (f_->bb_count != n)
         faults_.add(nullptr, "bb_count is " + std::to_string(f_->bb_count) + " for " + std::to_string(n) + " blocks");
     size_t created = 0, shared = 0;
-    for (BBLK* bb = f_->uo_list; bb != nullptr && created <= limit; bb = bb->uolink, created++)
-        shared += owns(bb);
+    for (BBLK* bb = f_->uo_list; bb != nullptr && created <= limit; bb = bb->uolink, created++) shared += owns(bb);
     faults_.at(nullptr, nullptr);
     if (created > limit) faults_.add(nullptr, "uolink is a ring");
     if (shared != n) faults_.add(nullptr, "uolink does not hold every block");
@@ -126,7 +125,8 @@ void CFG_CHECKER::check_terminator(BBLK* bb) {
 
 void CFG_CHECKER::check_labels(BBLK* bb) {
     for (LBL* label = bb->labels; label != nullptr; label = label->next)
-        if (label->bb != bb) faults_.add(nullptr, "label " + std::to_string(label->index) + " belongs to another block");
+        if (label->bb != bb)
+            faults_.add(nullptr, "label " + std::to_string(label->index) + " belongs to another block");
 }
 
 // Targets of the terminator against `succs`, both ways.

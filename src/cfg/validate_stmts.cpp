@@ -126,7 +126,8 @@ bool STMT_CHECKER::check_form(const NODE* node, PLACE) {
         want(has_left || has_right, node, "has no arm");
         return true;
     }
-    if (node->op == UMULT || node->op == SKIP) operands = has_right ? 2 : operands; // a subscript inside the loop passes
+    if (node->op == UMULT || node->op == SKIP)
+        operands = has_right ? 2 : operands; // a subscript inside the loop passes
     bool ok = has_left == (operands >= 1) && has_right == (operands == 2);
     want(ok || node->op == SKIP, node, "has not the operands of its opcode");
     return ok;
@@ -134,7 +135,9 @@ bool STMT_CHECKER::check_form(const NODE* node, PLACE) {
 
 // ----------------------------------------------------------------------------------------------------- types and shape
 
-bool may_lack_type(int op) { return op == LABEL || op == COMMA || op == CASE || op == DEFAULT || op == LABELDEF; }
+bool may_lack_type(int op) {
+    return op == LABEL || op == COMMA || op == CASE || op == DEFAULT || op == LABELDEF || op == PPRAGMA || op == ASM;
+}
 
 void STMT_CHECKER::check_types(const NODE* node) {
     TYPE* type = node->type;

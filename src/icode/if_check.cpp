@@ -383,6 +383,37 @@ class TREE_CHECK {
 
 } // namespace
 
+namespace {
+
+// What a linker can fill in. is_link_time_constant asks more: that the address can be used as a value here.
+bool is_initialiser(const NODE* tree) {
+    for (;;) {
+        switch (tree->op) {
+        case SCON:
+        case ICON:
+        case FCON: return true;
+        case COMPLEX:
+            if (!is_initialiser(tree->right)) return false;
+            tree = tree->left;
+            break;
+        case SCONV:
+        case PCONV: tree = tree->left; break;
+        case PLUS:
+            if (tree->right->op != ICON) return false;
+            tree = tree->left;
+            break;
+        case UAND: {
+            const NODE* object = tree->left;
+            while (object->op == STDOT) object = object->left;
+            return object->op == NAME && object->u.sym->level == 0;
+        }
+        default: return false;
+        }
+    }
+}
+
+} // namespace
+
 const char* statement_fault(NODE* tree) { return TREE_CHECK().run(tree, EFFECT); }
 const char* expression_fault(NODE* tree) { return TREE_CHECK().run(tree, is_control(tree->op) ? VALUE : EFFECT); }
 
@@ -390,7 +421,7 @@ const char* initialiser_fault(NODE* tree) {
     if (tree->op == ENDINIT || tree->op == SKIP) return nullptr;
     if (const char* fault = TREE_CHECK().run(tree, VALUE)) return fault;
     if (tree->op == SCON && tree->type->is_array()) return nullptr;
-    return is_link_time_constant(tree) ? nullptr : "an initialiser that is no link-time constant";
+    return is_initialiser(tree) ? nullptr : "an initialiser that is no link-time constant";
 }
 
 bool LABEL_CHECK::define(uint32_t number) {

@@ -1,4 +1,4 @@
-// Opening and closing of files, the file table, pragmas and initialiser lists.
+// Opening and closing of files, the file table, the faults of an input.
 #include "driver/safealloc.h"
 #include "icode/if.h"
 #include "ir/node.h"
@@ -155,39 +155,6 @@ void I_FILE::if_enter_local(SYMTAB* sym) {
     sym->depth = static_cast<uint32_t>(block_depth);
     sym->index = static_cast<uint32_t>(locals.size());
     locals.push_back(sym);
-}
-
-const char* PRAGMA::name() const {
-    static const char* const names[] = {
-#define PRAGMA_KIND(no, name, text) text,
-#include "icode/pragmas.def"
-    };
-    return kind < PRAGMA_COUNT ? names[kind] : "unknown";
-}
-
-PRAGMA* copy_pragma(const PRAGMA* from) { return new PRAGMA(from->kind, from->strings); }
-
-void erase_pragma_list(PRAGMA* list) {
-    while (list != nullptr) {
-        PRAGMA* next = list->next;
-        delete list;
-        list = next;
-    }
-}
-
-void EXPR_LIST::append(NODE* node) {
-    auto* cell = new EXPR_CELL{node, nullptr};
-    (tail != nullptr ? tail->next : head) = cell;
-    tail = cell;
-}
-
-EXPR_LIST::~EXPR_LIST() {
-    while (head != nullptr) {
-        EXPR_CELL* next = head->next;
-        erase_tree(head->node);
-        delete head;
-        head = next;
-    }
 }
 
 void I_FILE::bad_record() {

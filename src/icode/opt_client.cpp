@@ -211,7 +211,6 @@ class OPT_CLIENT final : public IF_CLIENT {
 bool OPT_CLIENT::cl_func_eht(std::vector<EHT_ENTRY>& entries) {
     FUNINFO* f = currfuninfo;
     if (f->eht != nullptr) fault("a second exception table of one function");
-    if (entries.empty()) return true;
     for (EHT_ENTRY& entry : entries) {
         // A handler is entered by the unwinder alone; nothing in the control-flow graph would keep it.
         if (!entry.catches.empty()) abort_optimizer("exception handlers are not supported");
@@ -220,10 +219,12 @@ bool OPT_CLIENT::cl_func_eht(std::vector<EHT_ENTRY>& entries) {
             entry.cleanup = expr_cleanup(entry.cleanup);
         }
     }
+    // The root is not in the file: an entry of zeros, which sorts in front of all others.
+    entries.emplace_back();
     uint32_t count = static_cast<uint32_t>(entries.size());
     std::stable_sort(entries.begin(), entries.end(),
                      [](const EHT_ENTRY& a, const EHT_ENTRY& b) { return a.id < b.id; });
-    f->eht = new EHT_ENTRY[count + 1]; // one more, all zeros, ends it
+    f->eht = new EHT_ENTRY[count];
     std::unordered_map<uint32_t, uint32_t> place;
     for (uint32_t i = 0; i < count; i++) {
         place[entries[i].id] = i; // of two entries with one id the later counts

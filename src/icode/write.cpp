@@ -358,12 +358,15 @@ void wrbblocks() {
     for (BBLK* bb = currfuninfo->bb_list; bb != nullptr; bb = bb->dflink)
         for (LIST* cell = bb->stmts; cell != nullptr; cell = cell->rest) walk_tree(cell->first, lower_lane_builtins);
     count_label_references();
-    number_labels();
     drop_endless_blocks_behind_calls();
+    // Jumps that fall away take their labels with them, so the labels are numbered when all statements are final.
     for (BBLK* bb = currfuninfo->bb_list; bb != nullptr; bb = bb->dflink) {
-        wrbdlr(bb->labels);
         fix_up_statements(bb);
         drop_fall_through(bb);
+    }
+    number_labels();
+    for (BBLK* bb = currfuninfo->bb_list; bb != nullptr; bb = bb->dflink) {
+        wrbdlr(bb->labels);
         wrexpr(bb->stmts);
     }
 }

@@ -2,8 +2,8 @@
 //
 // The nodes of an initialiser stand one behind the other, each as wide as its own type; SKIP leaves a gap of zeros, and
 // everything behind the list is zero. Cost: one walk of the list for a look-up.
-#include "icode/if.h"
 #include "ir/opt_expr.h"
+#include "ir/pragma.h"
 #include "ir/symbol.h"
 #include "ir/types.h"
 #include "ir/vars.h"
@@ -59,15 +59,15 @@ NODE* lookup_autoinit(SYMTAB* sym, uint32_t offset, TYPE* type) {
     if (sym->init == nullptr || !can_be_read(type)) return nullptr;
     uint64_t units = type->size() / unit_bits, start = offset, end = start + units;
     if (end > sym->size / unit_bits) return nullptr;
-    uint64_t at = 0;   // where the cell's node begins
-    bool gap = false;  // the value began in a gap that ended inside it
+    uint64_t at = 0;  // where the cell's node begins
+    bool gap = false; // the value began in a gap that ended inside it
     for (EXPR_CELL* cell = sym->init->head; cell != nullptr && at < end; cell = cell->next) {
         NODE* node = cell->node;
         if (node->op == ENDINIT) break;
         bool characters = node->op == SCON && node->type->is_array();
-        uint64_t width = node->op == SKIP   ? node->skip_count()
-                         : characters       ? node->scon_length()
-                                            : node->type->size() / unit_bits;
+        uint64_t width = node->op == SKIP ? node->skip_count()
+                         : characters     ? node->scon_length()
+                                          : node->type->size() / unit_bits;
         uint64_t next = at + width;
         if (next > start && node->op == SKIP) {
             if (at <= start && end <= next) return shared_constant(type, INT65());

@@ -1,7 +1,7 @@
 // Copying of nodes, trees and statement lists.
-#include "icode/if.h"
 #include "ir/fps.h"
 #include "ir/node.h"
+#include "ir/pragma.h"
 
 #include <cstring>
 #include <vector>

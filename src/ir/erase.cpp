@@ -1,8 +1,8 @@
 // Erasing of nodes, trees and statement lists. An erased node keeps the mark ILLOP until its memory is used again, so
 // that a second erasing of it is found.
-#include "icode/if.h"
 #include "ir/fps.h"
 #include "ir/node.h"
+#include "ir/pragma.h"
 #include "ir/vars.h"
 
 #include <cstdio>

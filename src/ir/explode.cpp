@@ -68,8 +68,8 @@ TYPE* member_value_type(const fkMDATA* member) {
 
 // ------------------------------------------------------------------------------------------------ struct assignments
 
-// Whether an address expression gives the same value before and after any store to a struct: constants and scalar locals
-// to which no pointer exists.
+// Whether an address expression gives the same value before and after any store to a struct: constants and scalar
+// locals to which no pointer exists.
 bool address_is_stable(const NODE* address, const std::function<bool(const SYMTAB*)>& address_is_taken) {
     bool stable = true;
     walk_tree_top_down(const_cast<NODE*>(address), [&](NODE* node) {
@@ -193,7 +193,8 @@ CANDIDATE* accepted_reference(const NODE* access) {
     if (c == nullptr || access->right->u.csu == nullptr) return nullptr;
     TYPE* csu = access->right->u.csu;
     if (!compatible_types(csu->type_qualified(), c->symbol->type->type_qualified(), false)) return nullptr;
-    if (access->type->is_volatile() || member->bit_offset < 0 || member->bit_size != member->type->size()) return nullptr;
+    if (access->type->is_volatile() || member->bit_offset < 0 || member->bit_size != member->type->size())
+        return nullptr;
     if (!compatible_types(access->type->type_qualified(), member_value_type(member), false)) return nullptr;
     return c;
 }
@@ -251,7 +252,8 @@ class EXPLOSION {
         for (SYMTAB* sym = f_->memory_locals; sym != nullptr; sym = sym->next) {
             if (sym->sclass != SC_AUTO || sym->level != 2 || sym->link[0] != nullptr) continue;
             TYPE* csu = sym->type->get_csu();
-            if (csu == nullptr || csu->is_union() || csu->csu->is_struct_vector || !csu->csu->base_classes.empty()) continue;
+            if (csu == nullptr || csu->is_union() || csu->csu->is_struct_vector || !csu->csu->base_classes.empty())
+                continue;
             if (volatile_parts.in(sym->type) || sym_appears_in_EHT(sym)) continue;
             candidates_.push_back(std::make_unique<CANDIDATE>());
             candidates_.back()->symbol = sym;
@@ -288,7 +290,8 @@ class EXPLOSION {
         for (NODE* stmt : prolog_parts(prolog_->first)) {
             CANDIDATE* c = candidate_named(stmt->left);
             if (c == nullptr) continue;
-            if (stmt->op != STASG || !csu_type_has_only_simple_scalar_members(c->symbol->type, max_assignment_members)) {
+            if (stmt->op != STASG ||
+                !csu_type_has_only_simple_scalar_members(c->symbol->type, max_assignment_members)) {
                 c->alive = false;
                 continue;
             }

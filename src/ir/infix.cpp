@@ -1,10 +1,10 @@
 #include "ir/infix.h"
 
-#include "icode/if.h"
 #include "ir/bblk.h"
 #include "ir/fps.h"
 #include "ir/node.h"
 #include "ir/opt_expr.h"
+#include "ir/pragma.h"
 #include "ir/symbol.h"
 #include "ir/types.h"
 

@@ -10,7 +10,7 @@
 
 struct LS {
     LS* parent = nullptr;
-    LS* child = nullptr;      // first child, in order of opening
+    LS* child = nullptr; // first child, in order of opening
     LS* last_child = nullptr;
     LS* sibling = nullptr;
     SYMLIST* pointer_syms = nullptr;
@@ -24,15 +24,15 @@ struct LS {
 };
 
 // The tree of a function hangs at FUNINFO::scopes and its scope in work at FUNINFO::scope_cursor.
-LS* LS_open(FUNINFO*);                    // a new scope inside the one in work; becomes the one in work
-void LS_close(FUNINFO*, PSN* end);        // its parent becomes the one in work
-LS* LS_level_0_scope(LS* root);           // each of these wants the root
+LS* LS_open(FUNINFO*);             // a new scope inside the one in work; becomes the one in work
+void LS_close(FUNINFO*, PSN* end); // its parent becomes the one in work
+LS* LS_level_0_scope(LS* root);    // each of these wants the root
 LS* LS_level_1_scope(LS* root);
 LS* LS_level_2_scope(LS* root);
-void LS_add_symbol(LS*, SYMTAB*);         // files the symbol; internal names stay out, outer levels file only pointers
-void LS_remove_symbol(SYMTAB*);           // takes the symbol out of the lists of its scope
+void LS_add_symbol(LS*, SYMTAB*); // files the symbol; internal names stay out, outer levels file only pointers
+void LS_remove_symbol(SYMTAB*);   // takes the symbol out of the lists of its scope
 void LS_initialize_scopes_and_ptrs_from_tree(LS*, NODE*); // gives every node without a scope this one
-bool LS_validate(LS* root);               // parent, level and number of every scope; false if one is wrong
+bool LS_validate(LS* root); // parent, level and number of every scope; false if one is wrong
 void LS_print(LS* root, FILE*);
 void LS_erase(LS* root);
 

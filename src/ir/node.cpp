@@ -1,11 +1,11 @@
 #include "ir/node.h"
 
 #include "driver/safealloc.h"
-#include "icode/if.h"
 #include "ir/bblk.h"
 #include "ir/fps.h"
 #include "ir/funinfo.h"
 #include "ir/pool.h"
+#include "ir/pragma.h"
 #include "ir/symbol.h"
 #include "ir/types.h"
 #include "ir/vars.h"

@@ -1,8 +1,8 @@
 // Constructors of trees, and the queries about calls, argument lists and the prolog.
 #include "ir/opt_expr.h"
 
-#include "icode/if.h"
 #include "ir/funinfo.h"
+#include "ir/pragma.h"
 #include "ir/symbol.h"
 #include "ir/types.h"
 #include "ir/vars.h"

@@ -1,8 +1,8 @@
 // Questions about trees: congruence, side effects, constants, symbols.
-#include "icode/if.h"
 #include "ir/fps.h"
 #include "ir/funinfo.h"
 #include "ir/opt_expr.h"
+#include "ir/pragma.h"
 #include "ir/symbol.h"
 #include "ir/types.h"
 #include "ir/vars.h"

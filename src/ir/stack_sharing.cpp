@@ -45,8 +45,8 @@ template <typename F> void for_each_sharing_scope(STACK_SHARING_SCOPE* root, F&&
     }
 }
 
-// The elementary type of which a type is made throughout, or the aggregate itself if there are several; null if the type
-// cannot share storage.
+// The elementary type of which a type is made throughout, or the aggregate itself if there are several; null if the
+// type cannot share storage.
 class SHARING_KEY {
   public:
     TYPE* of(TYPE* type) { return find(type, 0); }
@@ -88,10 +88,10 @@ class SHARING_KEY {
 struct PLACE {
     SYMTAB* symbol;
     TYPE* key;
-    int scope;               // number of its block, in preorder
+    int scope; // number of its block, in preorder
     bool referenced = false;
     bool shared = false;
-    uint64_t offset = 0;     // bits, from the start of its region, then of the object
+    uint64_t offset = 0; // bits, from the start of its region, then of the object
     fkMDATA* member = nullptr;
 };
 
@@ -174,7 +174,8 @@ class STACK_SHARING {
     }
 
     void lay_out_region(TYPE* key) {
-        // Blocks are numbered in preorder and places_ is in that order, so that a block's start is known before its end.
+        // Blocks are numbered in preorder and places_ is in that order, so that a block's start is known before its
+        // end.
         std::vector<uint64_t> ends(parents_.size());
         uint64_t total = 0, separate = 0, alignment = 1;
         size_t next = 0;
@@ -209,9 +210,9 @@ class STACK_SHARING {
         for (auto& place : places_) {
             if (!place->shared) continue;
             SYMTAB* sym = place->symbol;
-            place->member = tp->add_member(
-                type, std::make_unique<fkMDATA>(sym->name, sym->type, static_cast<int32_t>(place->offset), sym->size,
-                                                false));
+            place->member =
+                tp->add_member(type, std::make_unique<fkMDATA>(sym->name, sym->type,
+                                                               static_cast<int32_t>(place->offset), sym->size, false));
         }
         tp->type_frozen(type);
         object_type_ = type;
@@ -263,7 +264,7 @@ class STACK_SHARING {
     FUNINFO* f_;
     std::vector<int> parents_; // by block number; -1 for the root
     std::vector<std::unique_ptr<PLACE>> places_;
-    uint64_t size_ = 0;        // bits of the object
+    uint64_t size_ = 0; // bits of the object
     uint64_t alignment_ = 1;
     TYPE* object_type_ = nullptr;
     SYMTAB* object_ = nullptr;
@@ -301,8 +302,7 @@ void add_stack_sharing_variable(SYMTAB* sym) {
 
 void delete_stack_sharing_variable(SYMTAB* sym) {
     if (currfuninfo == nullptr) return;
-    for_each_sharing_scope(currfuninfo->overlaps,
-                           [&](STACK_SHARING_SCOPE* scope) { std::erase(scope->vars, sym); });
+    for_each_sharing_scope(currfuninfo->overlaps, [&](STACK_SHARING_SCOPE* scope) { std::erase(scope->vars, sym); });
 }
 
 void build_stack_sharing_type() {

@@ -1,10 +1,10 @@
 #include "ir/symbol.h"
 
 #include "driver/safealloc.h"
-#include "icode/if.h"
 #include "ir/funinfo.h"
 #include "ir/ls.h"
 #include "ir/opt_expr.h"
+#include "ir/pragma.h"
 #include "ir/types.h"
 #include "ir/vars.h"
 
@@ -82,8 +82,7 @@ void define_global(SYMTAB* sym) {
 void define_local(SYMTAB* sym) {
     if (sym->level > 1) sym->level = 2;
     if (sym->sclass == SC_REGISTER || sym->sclass == SC_REGISTER2) sym->sclass = SC_AUTO;
-    if (sym->sclass == SC_PARM_VARARGS)
-        currfuninfo->flags |= FUN_cannot_beta | FUN_cannot_inline | FUN_cannot_suppress;
+    if (sym->sclass == SC_PARM_VARARGS) currfuninfo->flags |= FUN_cannot_beta | FUN_cannot_inline | FUN_cannot_suppress;
     if (sym->sclass == SC_OMITTED) return;
     sym->next = currfuninfo->locals;
     currfuninfo->locals = sym;

@@ -2,7 +2,7 @@
 //
 // The last byte picks the level, the rest is the file. Whatever the bytes are, the run must end with status 0 and an
 // output that can be read again, or with status 1 and no output. The validators run after every step.
-#include "driver/driver.h"
+#include "driver/nxopt.h"
 #include "driver/safealloc.h"
 
 #include <cstdint>

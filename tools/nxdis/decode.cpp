@@ -155,13 +155,34 @@ ENODE DECODER::node() {
     if (n.op > FILE_OPCODE_VREG) throw file_fault(start, "opcode " + std::to_string(n.op) + " is out of range");
     n.type = f.uint();
     switch (n.op) {
-    case LABEL: case SWITCH: case UCALL: case EPVAL: case SKIP: n.f[0] = f.uint(); break;
-    case NAME: case CALL: n.f[0] = f.uint(); n.f[1] = f.uint(); break;
+    case LABEL:
+    case SWITCH:
+    case UCALL:
+    case EPVAL:
+    case SKIP: n.f[0] = f.uint(); break;
+    case NAME:
+    case CALL:
+        n.f[0] = f.uint();
+        n.f[1] = f.uint();
+        break;
     case ICON: n.f[0] = f.leb(types.is_signed(n.type)); break;
-    case FCON: case LCON: case ICALL: case UICALL: case MCALL: case UMCALL: n.text = f.string(); break;
+    case FCON:
+    case LCON:
+    case ICALL:
+    case UICALL:
+    case MCALL:
+    case UMCALL: n.text = f.string(); break;
     case SCON: n.text = f.counted(f.uint()); break;
-    case FIELD: n.f[0] = f.byte(); n.f[1] = f.uint(); n.f[2] = f.uint(); break;
-    case DDNODE: n.f[0] = f.uint(); n.f[1] = f.uint(); n.f[2] = f.byte(); break;
+    case FIELD:
+        n.f[0] = f.byte();
+        n.f[1] = f.uint();
+        n.f[2] = f.uint();
+        break;
+    case DDNODE:
+        n.f[0] = f.uint();
+        n.f[1] = f.uint();
+        n.f[2] = f.byte();
+        break;
     case FILE_OPCODE_VREG: n.f[0] = f.sint(); break;
     default: break;
     }
@@ -182,8 +203,10 @@ TREE DECODER::tree() {
         places.pop_back();
         const int n = static_cast<int>(t.nodes.size());
         t.nodes.push_back(node());
-        if (p.parent < 0) t.root = n;
-        else (p.right ? t[p.parent].right : t[p.parent].left) = n;
+        if (p.parent < 0)
+            t.root = n;
+        else
+            (p.right ? t[p.parent].right : t[p.parent].left) = n;
         const int count = operands_in_file(t[n].op);
         if (count == 2) places.push_back({n, true});
         if (count >= 1) places.push_back({n, false});
@@ -277,7 +300,8 @@ TYPE_REC DECODER::type(FIELDS f) {
     if (!type_layout(r.kind, doc.version, layout))
         throw file_fault(start, "type record kind " + std::to_string(r.kind) + " is not known");
     for (char c : layout) switch (c) {
-        case 'u': case 't': r.v.push_back(f.uint()); break;
+        case 'u':
+        case 't': r.v.push_back(f.uint()); break;
         case 's': r.v.push_back(f.sint()); break;
         case 'v': r.v.push_back(f.leb(types.is_signed(types.facts(r.ref).part))); break;
         case 'b': r.v.push_back(f.byte()); break;
@@ -300,7 +324,11 @@ void DECODER::body_record(int id, FIELDS f, size_t start) {
         place[item.number] = static_cast<uint32_t>(start);
         f.done();
         break;
-    case REC_END_FUNC: case REC_BEGIN_BLOCK: case REC_END_BLOCK: case REC_END_ARGS: case REC_END_LOCALS:
+    case REC_END_FUNC:
+    case REC_BEGIN_BLOCK:
+    case REC_END_BLOCK:
+    case REC_END_ARGS:
+    case REC_END_LOCALS:
         item.pos = f.pos();
         f.done();
         break;
@@ -310,7 +338,8 @@ void DECODER::body_record(int id, FIELDS f, size_t start) {
         item.pos = f.pos();
         f.done();
         break;
-    case REC_COMMENT: case REC_SOURCE:
+    case REC_COMMENT:
+    case REC_SOURCE:
         item.text = f.string();
         f.done();
         break;
@@ -334,10 +363,16 @@ void DECODER::body_record(int id, FIELDS f, size_t start) {
         item.tree = tree();
         break;
     case REC_INIT: item = initialiser(start, f); break;
-    case REC_DD_EDGE: case REC_DD_VECTOR: case REC_LOOP_DEF: case REC_MBANK: case REC_LDSPEC: case REC_LOOP_HEADER:
-    case REC_IR_INS: case REC_IR_BEGIN_FUNC: case REC_IR_END_FUNC: case REC_TYPE:
-        item.text = bytes.substr(f.at, f.end - f.at);
-        break;
+    case REC_DD_EDGE:
+    case REC_DD_VECTOR:
+    case REC_LOOP_DEF:
+    case REC_MBANK:
+    case REC_LDSPEC:
+    case REC_LOOP_HEADER:
+    case REC_IR_INS:
+    case REC_IR_BEGIN_FUNC:
+    case REC_IR_END_FUNC:
+    case REC_TYPE: item.text = bytes.substr(f.at, f.end - f.at); break;
     default: throw file_fault(start, "record id " + std::to_string(id) + " is not known");
     }
     doc.body.push_back(std::move(item));
@@ -384,8 +419,7 @@ DOCUMENT decode(const std::string& bytes) {
 
     for (size_t i = 0; i < d.doc.globals.size(); i++) {
         const auto found = d.place.find(static_cast<uint32_t>(i));
-        d.doc.globals[i].position_here =
-            d.doc.globals[i].position == (found == d.place.end() ? 0 : found->second);
+        d.doc.globals[i].position_here = d.doc.globals[i].position == (found == d.place.end() ? 0 : found->second);
     }
     for (ITEM& item : d.doc.body)
         if (item.symbol) item.symbol->position_here = item.symbol->position == 0;

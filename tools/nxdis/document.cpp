@@ -21,12 +21,25 @@ int operands_in_file(int op) {
 bool type_layout(int kind, int version, std::string& layout) {
     const char tail_vector = version >= -84 ? 'b' : 'x', tail_cpp = version >= -81 ? 'b' : 'x';
     switch (kind) {
-    case 0: case 1: case 2: case 3: case 4: case 5: case 6: case 7: case 8: case 9:
-    case TK_LLONG: case TK_ULLONG: layout = "buubb"; return true;
-    case TK_FLOAT: case TK_DOUBLE: case TK_LDOUBLE: layout = "uu"; return true;
+    case 0:
+    case 1:
+    case 2:
+    case 3:
+    case 4:
+    case 5:
+    case 6:
+    case 7:
+    case 8:
+    case 9:
+    case TK_LLONG:
+    case TK_ULLONG: layout = "buubb"; return true;
+    case TK_FLOAT:
+    case TK_DOUBLE:
+    case TK_LDOUBLE: layout = "uu"; return true;
     case TK_FIXED: layout = "bbtuu"; return true;
     case TK_TYPEDEF: layout = "ntuubbp"; return true;
-    case TK_POINTER: case TK_REFERENCE: layout = "tuu"; return true;
+    case TK_POINTER:
+    case TK_REFERENCE: layout = "tuu"; return true;
     case TK_QUALIFIED: layout = "tuuu"; return true;
     case TK_ARRAY:
         layout = "tuuubb";
@@ -36,9 +49,18 @@ bool type_layout(int kind, int version, std::string& layout) {
     case TK_PTM: layout = "ttuu"; return true;
     case TK_FUNCTION: layout = "tbbbb"; return true;
     case TK_PARAM: layout = "tbun"; return true;
-    case TK_ENUM: layout = "nuut"; layout += tail_cpp; layout += 'p'; return true;
+    case TK_ENUM:
+        layout = "nuut";
+        layout += tail_cpp;
+        layout += 'p';
+        return true;
     case TK_ETOR: layout = "nvp"; return true;
-    case TK_CSU: layout = "bnbbuub"; layout += tail_vector; layout += tail_cpp; layout += 'p'; return true;
+    case TK_CSU:
+        layout = "bnbbuub";
+        layout += tail_vector;
+        layout += tail_cpp;
+        layout += 'p';
+        return true;
     case TK_CSU_LONG:
         layout = "bnbbuuubbbbbbbbb";
         layout += tail_vector;
@@ -54,12 +76,14 @@ bool type_layout(int kind, int version, std::string& layout) {
     case TK_BASE: layout = "tsbb"; return true;
     case TK_ACCESS: layout = "ub"; return true;
     case TK_FRIEND_FUNC: layout = "nt"; return true;
-    case TK_FRIEND_CLASS: case TK_NESTED: layout = "t"; return true;
+    case TK_FRIEND_CLASS:
+    case TK_NESTED: layout = "t"; return true;
     case TK_STATIC: layout = "ntb"; return true;
     case TK_METHOD: layout = "ntbsbbbb"; return true;
     case TK_COMPLEX: layout = "uut"; return true;
     case TK_VOID: layout.clear(); return true;
-    case TK_LIST: case TK_END_LIST: layout = "b"; return true;
+    case TK_LIST:
+    case TK_END_LIST: layout = "b"; return true;
     default: return false;
     }
 }
@@ -69,7 +93,8 @@ bool member_flag_first(int kind, int version) { return kind == TK_MEMBER && vers
 size_t type_fields(int kind) {
     std::string layout;
     type_layout(kind, icode_version, layout);
-    return static_cast<size_t>(std::count_if(layout.begin(), layout.end(), [](char c) { return c != 'n' && c != 'p'; }));
+    return static_cast<size_t>(
+        std::count_if(layout.begin(), layout.end(), [](char c) { return c != 'n' && c != 'p'; }));
 }
 
 bool read_whole_file(const std::string& path, std::string& text) {

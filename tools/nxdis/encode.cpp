@@ -75,19 +75,42 @@ void ENCODER::node(const ENODE& n) {
     byte(n.op);
     uint(n.type);
     switch (n.op) {
-    case LABEL: case SWITCH: case UCALL: case EPVAL: case SKIP: uint(n.f[0]); break;
-    case NAME: case CALL: uint(n.f[0]); uint(n.f[1]); break;
-    case ICON:
-        if (types.is_signed(n.type)) sint(n.f[0]);
-        else uint(n.f[0]);
+    case LABEL:
+    case SWITCH:
+    case UCALL:
+    case EPVAL:
+    case SKIP: uint(n.f[0]); break;
+    case NAME:
+    case CALL:
+        uint(n.f[0]);
+        uint(n.f[1]);
         break;
-    case FCON: case LCON: case ICALL: case UICALL: case MCALL: case UMCALL: string(n.text); break;
+    case ICON:
+        if (types.is_signed(n.type))
+            sint(n.f[0]);
+        else
+            uint(n.f[0]);
+        break;
+    case FCON:
+    case LCON:
+    case ICALL:
+    case UICALL:
+    case MCALL:
+    case UMCALL: string(n.text); break;
     case SCON:
         uint(static_cast<uint32_t>(n.text.size()));
         fields += n.text;
         break;
-    case FIELD: byte(n.f[0]); uint(n.f[1]); uint(n.f[2]); break;
-    case DDNODE: uint(n.f[0]); uint(n.f[1]); byte(n.f[2]); break;
+    case FIELD:
+        byte(n.f[0]);
+        uint(n.f[1]);
+        uint(n.f[2]);
+        break;
+    case DDNODE:
+        uint(n.f[0]);
+        uint(n.f[1]);
+        byte(n.f[2]);
+        break;
     case FILE_OPCODE_VREG: sint(n.f[0]); break;
     default: break;
     }
@@ -179,11 +202,14 @@ void ENCODER::type(const TYPE_REC& r) {
     byte(r.kind);
     size_t i = 0;
     for (char c : layout) switch (c) {
-        case 'u': case 't': uint(v[i++]); break;
+        case 'u':
+        case 't': uint(v[i++]); break;
         case 's': sint(v[i++]); break;
         case 'v':
-            if (types.is_signed(types.facts(r.ref).part)) sint(v[i++]);
-            else uint(v[i++]);
+            if (types.is_signed(types.facts(r.ref).part))
+                sint(v[i++]);
+            else
+                uint(v[i++]);
             break;
         case 'b': byte(v[i++]); break;
         case 'x': i++; break;
@@ -200,15 +226,18 @@ void ENCODER::body_record(ITEM& item) {
         pos(item.pos);
         uint(item.number);
         break;
-    case REC_END_FUNC: case REC_BEGIN_BLOCK: case REC_END_BLOCK: case REC_END_ARGS: case REC_END_LOCALS:
-        pos(item.pos);
-        break;
+    case REC_END_FUNC:
+    case REC_BEGIN_BLOCK:
+    case REC_END_BLOCK:
+    case REC_END_ARGS:
+    case REC_END_LOCALS: pos(item.pos); break;
     case REC_SYMBOL: symbol(*item.symbol); return;
     case REC_ASM:
         string(item.text);
         pos(item.pos);
         break;
-    case REC_COMMENT: case REC_SOURCE: string(item.text); break;
+    case REC_COMMENT:
+    case REC_SOURCE: string(item.text); break;
     case REC_LABEL: uint(item.number); break;
     case REC_FUNC_INFO: byte(item.number); break;
     case REC_STMT:

@@ -43,7 +43,9 @@ void LEXER::read_quoted(TOKEN& t, char quote) {
             case 't': c = '\t'; break;
             case 'r': c = '\r'; break;
             case '0': c = '\0'; break;
-            case '\\': case '\'': case '"': c = e; break;
+            case '\\':
+            case '\'':
+            case '"': c = e; break;
             case 'x': {
                 const int high = at < text.size() ? hex_value(text[at]) : -1;
                 const int low = at + 1 < text.size() ? hex_value(text[at + 1]) : -1;
@@ -89,8 +91,8 @@ void LEXER::read_number(TOKEN& t) {
 }
 
 void LEXER::read_punct(TOKEN& t) {
-    static const char* const longer[] = {"<<=", ">>=", "...", ":=", "==", "!=", "<=", ">=", "&&", "||", "++", "--", "+=",
-                                         "-=",  "*=",  "/=",  "%=", "&=", "|=", "^=", "<<", ">>", "->", "=>"};
+    static const char* const longer[] = {"<<=", ">>=", "...", ":=", "==", "!=", "<=", ">=", "&&", "||", "++", "--",
+                                         "+=",  "-=",  "*=",  "/=", "%=", "&=", "|=", "^=", "<<", ">>", "->", "=>"};
     t.kind = TOKEN::PUNCT;
     for (const char* p : longer) {
         const std::string s(p);

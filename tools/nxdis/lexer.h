@@ -10,8 +10,8 @@ namespace nxtext {
 
 struct TOKEN {
     enum KIND { END, NEWLINE, WORD, QUOTED, STRING, NUMBER, FLOAT, TYPEREF, DIRECTIVE, PUNCT } kind = END;
-    std::string text;      // WORD, DIRECTIVE (with its point), PUNCT, numbers: as written; QUOTED, STRING: the contents
-    uint32_t value = 0;    // TYPEREF
+    std::string text;   // WORD, DIRECTIVE (with its point), PUNCT, numbers: as written; QUOTED, STRING: the contents
+    uint32_t value = 0; // TYPEREF
     int line = 1, column = 1;
     bool adjacent = false; // no blank in front of it
 };

@@ -1,6 +1,8 @@
 // See natural.h.
 #include "natural.h"
 
+#include <algorithm>
+
 namespace nxtext {
 
 namespace {
@@ -40,7 +42,8 @@ uint32_t natural_type(const TREE& t, int node, uint32_t expect, const SCOPE& sco
     const auto unqualified_left = [&] { return or_none(types.unqualified(left())); };
     switch (n.op) {
     case NAME: return or_none(scope.type_of({n.f[0], n.f[1]}));
-    case ICON: case LCON: {
+    case ICON:
+    case LCON: {
         const uint32_t want = types.unqualified(expect);
         return types.is_integral(want) ? want : source.basic(TK_INT);
     }
@@ -52,16 +55,65 @@ uint32_t natural_type(const TREE& t, int node, uint32_t expect, const SCOPE& sco
         const uint32_t ch = types.find_basic(TK_CHAR);
         return ch != 0 ? source.pointer_to(ch) : no_type;
     }
-    case PLUS: case MINUS: case MULT: case DIV: case MOD: case ANDB: case ORB: case XORB:
-        return arithmetic_type(t, n, types, guess);
-    case SLL: case SRL: case UMINUS: case NOTB: case ABS: case SQR: case SQRT: case PMCONV: case PVCONV: case RECIP:
-    case ASG: case PLUSASG: case MINUSASG: case MULTASG: case DIVASG: case MODASG: case ANDBASG: case ORBASG:
-    case XORBASG: case SLLASG: case SRLASG: case PLUSPLUS: case MINMIN: case STASG: case ARASG: case STARG: case COLON:
-        return unqualified_left();
-    case EQ: case NEQ: case LE: case LT: case GE: case GT: case ULE: case ULT: case UGE: case UGT: case ANDAND:
-    case OROR: case EXCLAIM: case LABEL: case BRANCH: case CBRANCH: case SWITCH: case CASE: case DEFAULT: case COMMA:
-    case NASSERT: case ASSERT: case LOOP: case ENDLOOP:
-        return source.basic(TK_INT);
+    case PLUS:
+    case MINUS:
+    case MULT:
+    case DIV:
+    case MOD:
+    case ANDB:
+    case ORB:
+    case XORB: return arithmetic_type(t, n, types, guess);
+    case SLL:
+    case SRL:
+    case UMINUS:
+    case NOTB:
+    case ABS:
+    case SQR:
+    case SQRT:
+    case PMCONV:
+    case PVCONV:
+    case RECIP:
+    case ASG:
+    case PLUSASG:
+    case MINUSASG:
+    case MULTASG:
+    case DIVASG:
+    case MODASG:
+    case ANDBASG:
+    case ORBASG:
+    case XORBASG:
+    case SLLASG:
+    case SRLASG:
+    case PLUSPLUS:
+    case MINMIN:
+    case STASG:
+    case ARASG:
+    case STARG:
+    case COLON: return unqualified_left();
+    case EQ:
+    case NEQ:
+    case LE:
+    case LT:
+    case GE:
+    case GT:
+    case ULE:
+    case ULT:
+    case UGE:
+    case UGT:
+    case ANDAND:
+    case OROR:
+    case EXCLAIM:
+    case LABEL:
+    case BRANCH:
+    case CBRANCH:
+    case SWITCH:
+    case CASE:
+    case DEFAULT:
+    case COMMA:
+    case NASSERT:
+    case ASSERT:
+    case LOOP:
+    case ENDLOOP: return source.basic(TK_INT);
     case UMULT: return or_none(types.pointee(left()));
     case UAND: {
         const uint32_t element = types.element(left());
@@ -72,7 +124,8 @@ uint32_t natural_type(const TREE& t, int node, uint32_t expect, const SCOPE& sco
         const MEMBER_INFO* m = types.member(n.f[2], n.f[1]);
         return m != nullptr ? or_none(m->type) : no_type;
     }
-    case STDOT: case STREF: {
+    case STDOT:
+    case STREF: {
         const uint32_t csu = selected_struct(t, node, types);
         const ENODE& field = t[n.right];
         const MEMBER_INFO* m = field.op == FIELD && field.f[2] == csu ? types.member(csu, field.f[1]) : nullptr;
@@ -83,14 +136,20 @@ uint32_t natural_type(const TREE& t, int node, uint32_t expect, const SCOPE& sco
         const TYPE_FACTS& f = types.facts(m->type);
         return f.kind == TK_QUALIFIED ? source.qualified(f.part, f.quals | add) : source.qualified(m->type, add);
     }
-    case COMMAOP: case QUEST: return or_none(t[n.right].type);
-    case PCOMMA: case URETURN: case MCALL: case UMCALL: case NOP: return source.basic(TK_VOID);
+    case COMMAOP:
+    case QUEST: return or_none(t[n.right].type);
+    case PCOMMA:
+    case URETURN:
+    case MCALL:
+    case UMCALL:
+    case NOP: return source.basic(TK_VOID);
     case RETURN: {
         if (scope.function < 0) return no_type;
         const uint32_t f = types.function_of(scope.type_of({0, static_cast<uint32_t>(scope.function)}));
         return f != 0 ? or_none(types.facts(f).part) : no_type;
     }
-    case CALL: case UCALL: {
+    case CALL:
+    case UCALL: {
         const uint32_t f = types.function_of(left());
         return f != 0 ? or_none(types.facts(f).part) : no_type;
     }
@@ -98,9 +157,13 @@ uint32_t natural_type(const TREE& t, int node, uint32_t expect, const SCOPE& sco
         const uint32_t v = types.find_basic(TK_VOID);
         return v != 0 ? source.pointer_to(v) : no_type;
     }
-    case ARGREF: case EPVAL: case DDNODE: return or_none(left());
-    case ICALL: case UICALL: return types.is_scalar(expect) ? types.unqualified(expect) : source.basic(TK_INT);
-    case SKIP: case ENDINIT: return 0;
+    case ARGREF:
+    case EPVAL:
+    case DDNODE: return or_none(left());
+    case ICALL:
+    case UICALL: return types.is_scalar(expect) ? types.unqualified(expect) : source.basic(TK_INT);
+    case SKIP:
+    case ENDINIT: return 0;
     default: return no_type;
     }
 }
@@ -111,19 +174,29 @@ uint32_t right_expectation(const TREE& t, int node, uint32_t expect, const TYPE_
     if (shift(n.op) || types.is_pointer(left)) return 0;
     if (plain_arithmetic(n.op) || n.op == ASG || boolean_relation(n.op)) return left;
     switch (n.op) {
-    case PLUSASG: case MINUSASG: case MULTASG: case DIVASG: case MODASG: case ANDBASG: case ORBASG: case XORBASG:
-    case PLUSPLUS: case MINMIN: {
+    case PLUSASG:
+    case MINUSASG:
+    case MULTASG:
+    case DIVASG:
+    case MODASG:
+    case ANDBASG:
+    case ORBASG:
+    case XORBASG:
+    case PLUSPLUS:
+    case MINMIN: {
         const uint8_t k = types.facts(left).kind; // the narrow ones are promoted to int
         return k <= 5 ? 0 : left;
     }
     case COLON: return expect != 0 ? expect : left;
-    case COMMAOP: case QUEST: return expect;
+    case COMMAOP:
+    case QUEST: return expect;
     default: return 0;
     }
 }
 
 uint32_t operand_expectation(int op, uint32_t expect) {
-    return op == UMINUS || op == NOTB || op == ABS || op == SQR || op == SQRT || op == EPVAL || op == DDNODE ? expect : 0;
+    return op == UMINUS || op == NOTB || op == ABS || op == SQR || op == SQRT || op == EPVAL || op == DDNODE ? expect
+                                                                                                             : 0;
 }
 
 uint32_t argument_expectation(uint32_t callee_type, size_t i, const TYPE_TABLE& types) {
@@ -136,6 +209,38 @@ uint32_t natural_extra_arguments(uint32_t callee_type, size_t arguments, const T
     return f.kind == TK_FUNCTION && f.vararg && f.proto && arguments > f.params.size()
                ? static_cast<uint32_t>(arguments - f.params.size())
                : 0;
+}
+
+uint32_t leaf_type(const TYPE_TABLE& types, uint32_t object, uint64_t bit) {
+    for (int steps = 0; steps < 100; steps++) { // aggregates within aggregates
+        object = types.unqualified(object);
+        const TYPE_FACTS& f = types.facts(object);
+        if (const uint32_t element = types.element(object); element != 0) {
+            const uint32_t size = types.facts(element).size;
+            if (size == 0) return 0;
+            bit %= size;
+            object = element;
+            continue;
+        }
+        if (f.kind != TK_CSU) return object;
+        if (f.members.empty()) return 0;
+        const MEMBER_INFO* m = &f.members.front();
+        if (f.csu_kind != 1) { // the last one that begins at or before the place
+            const auto behind =
+                std::upper_bound(f.members.begin(), f.members.end(), bit, [](uint64_t at, const MEMBER_INFO& one) {
+                    return static_cast<int64_t>(at) < one.bit_offset;
+                });
+            if (behind != f.members.begin()) m = &*(behind - 1);
+        }
+        if (m->bitfield) return types.find_basic(TK_USHORT);
+        bit -= static_cast<uint64_t>(m->bit_offset);
+        object = m->type;
+    }
+    return 0;
+}
+
+uint64_t initialiser_step(const ENODE& value, const TYPE_TABLE& types) {
+    return value.op == SKIP ? 16ULL * value.f[0] : types.facts(value.type).size;
 }
 
 } // namespace nxtext

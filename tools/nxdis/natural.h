@@ -42,6 +42,12 @@ uint32_t argument_expectation(uint32_t callee_type, size_t i, const TYPE_TABLE&)
 // Arguments beyond the parameters of a variadic prototype.
 uint32_t natural_extra_arguments(uint32_t callee_type, size_t arguments, const TYPE_TABLE&);
 
+// The type of what stands at a place of an object, in bits from its begin: that of the scalar there, 0 if there is
+// none. Bit-fields are initialised by whole units, so theirs is unsigned short.
+uint32_t leaf_type(const TYPE_TABLE&, uint32_t object, uint64_t bit);
+// How far a value of an initialiser steps on, in bits.
+uint64_t initialiser_step(const ENODE&, const TYPE_TABLE&);
+
 // The member that a FIELD under STDOT or STREF names, found by the left operand's type; null if it has no such.
 uint32_t selected_struct(const TREE&, int node, const TYPE_TABLE&); // of the STDOT or STREF node; 0 if none
 

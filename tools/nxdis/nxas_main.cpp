@@ -86,7 +86,5 @@ int main(int argc, char** argv) {
     } catch (const nxtext::text_fault& f) {
         fprintf(stderr, "%s:%d:%d: error: %s\n", in, f.line, f.column, f.what());
         return 1;
-    } catch (const std::exception& e) {
-        return fail(std::string(in) + ": " + e.what());
-    }
+    } catch (const std::exception& e) { return fail(std::string(in) + ": " + e.what()); }
 }

@@ -34,10 +34,14 @@ int main(int argc, char** argv) {
             printf("nxdis, icode version %d\n", icode_version);
             return 0;
         }
-        if (strcmp(a, "--source") == 0) options.source = true;
-        else if (a[0] == '-' && a[1] != 0) return fail(a, "unknown option; --help lists them");
-        else if (file != nullptr) return fail(a, "only one file can be shown");
-        else file = a;
+        if (strcmp(a, "--source") == 0)
+            options.source = true;
+        else if (a[0] == '-' && a[1] != 0)
+            return fail(a, "unknown option; --help lists them");
+        else if (file != nullptr)
+            return fail(a, "only one file can be shown");
+        else
+            file = a;
     }
     if (file == nullptr) {
         fputs(usage_text, stderr);
@@ -51,11 +55,11 @@ int main(int argc, char** argv) {
         if (fwrite(text.data(), 1, text.size(), stdout) != text.size() || fflush(stdout) != 0)
             return fail(file, "the text cannot be written");
         if (nxtext::encode(doc) != bytes)
-            fprintf(stderr, "nxdis: note: %s: the text says the same, but the file is not in the writers' own form\n", file);
+            fprintf(stderr, "nxdis: note: %s: the text says the same, but the file is not in the writers' own form\n",
+                    file);
     } catch (const nxtext::file_fault& f) {
-        return fail(file, f.offset != 0 ? std::string(f.what()) + " (at offset " + std::to_string(f.offset) + ")" : f.what());
-    } catch (const std::exception& e) {
-        return fail(file, e.what());
-    }
+        return fail(file,
+                    f.offset != 0 ? std::string(f.what()) + " (at offset " + std::to_string(f.offset) + ")" : f.what());
+    } catch (const std::exception& e) { return fail(file, e.what()); }
     return 0;
 }

@@ -1,7 +1,11 @@
 // The frame of the text: directives, functions, statements.
 #include "parser.h"
 
+#include "ir/symbol.h"
+
 #include <algorithm>
+#include <cerrno>
+#include <cstdlib>
 
 namespace nxtext {
 
@@ -15,7 +19,7 @@ DOCUMENT parse(const std::string& text, const std::string& name) {
 void PARSER::expected(const std::string& what) {
     const TOKEN& t = lex.peek();
     const char* end = t.kind == TOKEN::END ? "the end of the text" : "the end of the line";
-    const std::string found = t.kind == TOKEN::END || t.kind == TOKEN::NEWLINE ? end
+    const std::string found = t.kind == TOKEN::END || t.kind == TOKEN::NEWLINE     ? end
                               : t.kind == TOKEN::STRING || t.kind == TOKEN::QUOTED ? quote_string(t.text)
                                                                                    : "'" + t.text + "'";
     fail(t, what + " is expected, not " + found);
@@ -112,8 +116,10 @@ void PARSER::header_line(const TOKEN& t) {
         doc.version = static_cast<int>(signed_number(icode_version_min, icode_version));
     } else if (t.text == ".model") {
         if (model_chosen) fail(t, "the model must be chosen before anything else");
-        if (take_word("none")) model_chosen = true;
-        else need_word("default");
+        if (take_word("none"))
+            model_chosen = true;
+        else
+            need_word("default");
     } else if (t.text == ".producer") {
         doc.producer = string();
     } else if (t.text == ".reserved") {
@@ -227,10 +233,19 @@ bool PARSER::item_directive(const TOKEN& t) {
         const std::string hex = string();
         if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
             fail(where, "pairs of hexadecimal digits are expected");
-        for (size_t k = 0; k < hex.size(); k += 2) i.text += static_cast<char>(std::stoi(hex.substr(k, 2), nullptr, 16));
+        for (size_t k = 0; k < hex.size(); k += 2)
+            i.text += static_cast<char>(std::stoi(hex.substr(k, 2), nullptr, 16));
         switch (i.id) {
-        case REC_DD_EDGE: case REC_DD_VECTOR: case REC_LOOP_DEF: case REC_MBANK: case REC_LDSPEC: case REC_LOOP_HEADER:
-        case REC_IR_INS: case REC_IR_BEGIN_FUNC: case REC_IR_END_FUNC: case REC_TYPE: break;
+        case REC_DD_EDGE:
+        case REC_DD_VECTOR:
+        case REC_LOOP_DEF:
+        case REC_MBANK:
+        case REC_LDSPEC:
+        case REC_LOOP_HEADER:
+        case REC_IR_INS:
+        case REC_IR_BEGIN_FUNC:
+        case REC_IR_END_FUNC:
+        case REC_TYPE: break;
         default: fail(t, "a record of this id has a form of its own");
         }
     } else {
@@ -512,7 +527,8 @@ void PARSER::eht_block() {
             e.catches.push_back(std::move(c));
         }
         if (!counted) e.count = static_cast<uint32_t>(e.catches.size());
-        if ((e.kind == EHK_CLEANUP) != (e.cleanup.root >= 0)) fail(where, "an entry of kind 1, and no other, has a cleanup");
+        if ((e.kind == EHK_CLEANUP) != (e.cleanup.root >= 0))
+            fail(where, "an entry of kind 1, and no other, has a cleanup");
         if (e.kind != EHK_CATCH && !e.catches.empty()) fail(where, "only an entry of kind 2 has catches");
         if (e.kind == EHK_CATCH && e.count != e.catches.size()) fail(where, "the count is not that of the catches");
         i.eht.push_back(std::move(e));

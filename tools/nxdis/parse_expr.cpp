@@ -20,10 +20,24 @@ struct DEPTH {
 // Number of fields in brackets behind the word of an opcode; -1 for one string.
 int field_count(int op) {
     switch (op) {
-    case LABEL: case SWITCH: case UCALL: case EPVAL: case SKIP: case ICON: case FILE_OPCODE_VREG: return 1;
-    case NAME: case CALL: return 2;
-    case FIELD: case DDNODE: return 3;
-    case FCON: case LCON: case SCON: case ICALL: case UICALL: case MCALL: case UMCALL: return -1;
+    case LABEL:
+    case SWITCH:
+    case UCALL:
+    case EPVAL:
+    case SKIP:
+    case ICON:
+    case FILE_OPCODE_VREG: return 1;
+    case NAME:
+    case CALL: return 2;
+    case FIELD:
+    case DDNODE: return 3;
+    case FCON:
+    case LCON:
+    case SCON:
+    case ICALL:
+    case UICALL:
+    case MCALL:
+    case UMCALL: return -1;
     default: return 0;
     }
 }
@@ -243,10 +257,12 @@ int PARSER::symbol_node(const TOKEN& t) {
         const TOKEN where = lex.next();
         const std::string digits = global ? where.text.substr(1) : where.text;
         if (!global && where.kind != TOKEN::NUMBER) fail(where, "the number of a symbol is expected");
-        if (digits.empty() || digits.size() > 9 || !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
+        if (digits.empty() || digits.size() > 9 ||
+            !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; }))
             fail(where, "the number of a symbol is expected");
         place.index = static_cast<uint32_t>(std::stoul(digits));
-        if (place.index >= (global ? doc.globals.size() : scope.locals.size())) fail(where, "there is no symbol of that number");
+        if (place.index >= (global ? doc.globals.size() : scope.locals.size()))
+            fail(where, "there is no symbol of that number");
         place.scope = global ? 0 : scope.locals[place.index].depth;
         if (*scope.name_of(place) != t.text) fail(t, "the symbol of that number has another name");
     } else if (!scope.find(t.text, place)) {
@@ -261,7 +277,8 @@ int PARSER::symbol_node(const TOKEN& t) {
 int PARSER::primary(uint32_t expect) {
     const TOKEN t = lex.peek();
     switch (t.kind) {
-    case TOKEN::NUMBER: case TOKEN::FLOAT: return literal(false, expect);
+    case TOKEN::NUMBER:
+    case TOKEN::FLOAT: return literal(false, expect);
     case TOKEN::STRING: {
         lex.next();
         const int n = node(SCON, t);
@@ -269,7 +286,8 @@ int PARSER::primary(uint32_t expect) {
         give_type(n, expect);
         return n;
     }
-    case TOKEN::WORD: case TOKEN::QUOTED: return named(expect);
+    case TOKEN::WORD:
+    case TOKEN::QUOTED: return named(expect);
     default: expected("an expression");
     }
 }
@@ -309,7 +327,8 @@ int PARSER::named(uint32_t expect) {
         if (at_punct("[")) fail(t, "'" + t.text + "' is no operation");
         return direct_call(t);
     }
-    if (word && is_reserved_word(t.text)) fail(t, "'" + t.text + "' is a word of its own; a symbol of that name stands in quotes");
+    if (word && is_reserved_word(t.text))
+        fail(t, "'" + t.text + "' is a word of its own; a symbol of that name stands in quotes");
     const int n = symbol_node(t);
     if (at_punct("(")) fail(lex.peek(), "call(pointer, arguments) calls through a pointer");
     give_type(n, 0);
@@ -360,9 +379,12 @@ int PARSER::call_rest(const TOKEN& start, int callee, bool first) {
     if (at_punct("{") && (at_word("extra", 1) || at_word("eh", 1))) {
         lex.next();
         do {
-            if (take_word("extra")) extra = number();
-            else if (take_word("eh")) entry = number();
-            else expected("'extra' or 'eh'");
+            if (take_word("extra"))
+                extra = number();
+            else if (take_word("eh"))
+                entry = number();
+            else
+                expected("'extra' or 'eh'");
         } while (take_punct(","));
         need_punct("}");
     }
@@ -402,11 +424,16 @@ int PARSER::functional(int op, const TOKEN& start, uint32_t expect) {
         do {
             const size_t i = operands.size();
             uint32_t want = 0;
-            if (commas || list) want = 0;
-            else if (count == 1) want = operand_expectation(op, expect);
-            else if (i == 0) want = expect;
-            else if (ternary) want = i == 1 ? expect : right_expectation(tree, shell, expect, table);
-            else want = right_expectation(tree, shell, expect, table);
+            if (commas || list)
+                want = 0;
+            else if (count == 1)
+                want = operand_expectation(op, expect);
+            else if (i == 0)
+                want = expect;
+            else if (ternary)
+                want = i == 1 ? expect : right_expectation(tree, shell, expect, table);
+            else
+                want = right_expectation(tree, shell, expect, table);
             const int one = top(want);
             operands.push_back(one);
             if (count == 2 && !commas && i == (ternary ? 1 : 0)) {

@@ -9,7 +9,7 @@ namespace nxtext {
 PRAGMA_REC PARSER::pragma_words() {
     static const std::map<std::string, uint32_t> kinds = {
 #define PRAGMA_KIND(no, name, text) {text, no},
-#include "icode/pragmas.def"
+#include "ir/pragmas.def"
     };
     PRAGMA_REC p;
     const TOKEN t = lex.peek();
@@ -71,7 +71,7 @@ SYMBOL_REC PARSER::symbol(uint8_t sclass, bool parameter) {
     symbol_attributes(s, size_given, align_given);
     const TYPE_FACTS& f = table.facts(s.type);
     if (!size_given) s.size = f.size;
-    if (!align_given) s.aln = f.align;
+    if (!align_given) s.aln = f.kind == TK_FUNCTION ? function_alignment : f.align;
     s.pos = position();
     return s;
 }
@@ -92,14 +92,14 @@ void PARSER::global_line() {
 
 // "{ value, value, .. }"; the nodes are expected to have the type of the object's elements.
 std::vector<TREE> PARSER::initialiser_list(uint32_t symbol_type) {
-    uint32_t expect = symbol_type;
-    while (table.element(expect) != 0) expect = table.element(expect);
+    uint64_t bit = 0;
     std::vector<TREE> nodes;
     need_punct("{");
     for (;;) {
         skip_newlines();
         if (take_punct("}")) return nodes;
-        const int root = top(expect);
+        const int root = top(leaf_type(table, symbol_type, bit));
+        bit += initialiser_step(at(root), table);
         nodes.push_back(finish_tree(root));
         skip_newlines();
         if (take_punct(",")) continue;
@@ -115,7 +115,8 @@ void PARSER::init_line(bool in_body) {
     if (take_punct("#")) {
         const TOKEN t = lex.next();
         uint64_t index = 0;
-        if (t.kind != TOKEN::WORD || t.text.size() < 2 || t.text.size() > 10 || t.text[0] != 'g') fail(t, "a number like #g1 is expected");
+        if (t.kind != TOKEN::WORD || t.text.size() < 2 || t.text.size() > 10 || t.text[0] != 'g')
+            fail(t, "a number like #g1 is expected");
         for (size_t i = 1; i < t.text.size(); i++) {
             if (t.text[i] < '0' || t.text[i] > '9') fail(t, "a number like #g1 is expected");
             index = index * 10 + static_cast<uint64_t>(t.text[i] - '0');
@@ -130,8 +131,10 @@ void PARSER::init_line(bool in_body) {
     init.id = REC_INIT;
     init.number = place.index;
     init.list = initialiser_list(doc.globals[place.index].type);
-    if (in_body) emit(std::move(init));
-    else doc.inits.push_back(std::move(init));
+    if (in_body)
+        emit(std::move(init));
+    else
+        doc.inits.push_back(std::move(init));
 }
 
 } // namespace nxtext

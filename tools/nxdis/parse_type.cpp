@@ -6,7 +6,7 @@
 namespace nxtext {
 
 namespace {
-constexpr int max_type_depth = 200;         // parameter lists within parameter lists
+constexpr int max_type_depth = 200;            // parameter lists within parameter lists
 constexpr int64_t max_struct_bits = 1LL << 31; // sizes are 32-bit fields
 
 TYPE_REC record(uint8_t kind, std::vector<uint32_t> v, std::string name = {}) {
@@ -30,9 +30,12 @@ void PARSER::prelude() {
         PENDING p;
         const std::string word = basic_type_word(kind);
         const uint32_t size = default_basic_size(kind);
-        if (kind == TK_VOID) p.rec = record(kind, {});
-        else if (kind >= 10 && kind <= 12) p.rec = record(kind, {size, size});
-        else p.rec = record(kind, {0, size, size, kind == TK_BOOL ? 1U : 0U, 0});
+        if (kind == TK_VOID)
+            p.rec = record(kind, {});
+        else if (kind >= 10 && kind <= 12)
+            p.rec = record(kind, {size, size});
+        else
+            p.rec = record(kind, {0, size, size, kind == TK_BOOL ? 1U : 0U, 0});
         p.key = TYPE_TABLE::key_basic(kind, false);
         resolve(std::move(p));
     }
@@ -108,9 +111,12 @@ PARSER::PENDING PARSER::base_type(bool defining) {
     if (basic_type_kind(t.text, kind, sign)) {
         const uint32_t size = default_basic_size(kind);
         p.key = TYPE_TABLE::key_basic(kind, sign);
-        if (kind == TK_VOID) p.rec = record(kind, {});
-        else if (kind >= 10 && kind <= 12) p.rec = record(kind, {size, size});
-        else p.rec = record(kind, {sign ? 1U : 0U, size, size, kind == TK_BOOL ? 1U : 0U, 0});
+        if (kind == TK_VOID)
+            p.rec = record(kind, {});
+        else if (kind >= 10 && kind <= 12)
+            p.rec = record(kind, {size, size});
+        else
+            p.rec = record(kind, {sign ? 1U : 0U, size, size, kind == TK_BOOL ? 1U : 0U, 0});
         return p;
     }
     if (t.text == "complex") {
@@ -127,11 +133,16 @@ PARSER::PENDING PARSER::base_type(bool defining) {
     kind = csu >= 0 ? TK_CSU : t.text == "enum" ? TK_ENUM : TK_TYPEDEF;
     p.key = TYPE_TABLE::key_named(kind, static_cast<uint8_t>(std::max(csu, 0)), tag);
     p.ref = table.find(p.key);
-    if (defining) {
-        if (p.ref != 0) fail(t, t.text + " " + tag + " is defined already");
-        if (csu >= 0) p.rec = record(kind, {static_cast<uint32_t>(csu), 1, 0, 0, 0, 0, 0, 0}, tag);
-        else if (kind == TK_ENUM) p.rec = record(kind, {0, 0, 0, 0}, tag);
-        else p.rec = record(kind, {0, 0, 0, 0, 0}, tag);
+    const bool derived = at_punct("*") || at_punct("&") || at_punct("[") || at_punct("(") ||
+                         std::any_of(std::begin(qualifier_words), std::end(qualifier_words),
+                                     [&](const QUALIFIER_WORD& q) { return at_word(q.word); });
+    if (defining && p.ref == 0 && !derived) {
+        if (csu >= 0)
+            p.rec = record(kind, {static_cast<uint32_t>(csu), 1, 0, 0, 0, 0, 0, 0}, tag);
+        else if (kind == TK_ENUM)
+            p.rec = record(kind, {0, 0, 0, 0}, tag);
+        else
+            p.rec = record(kind, {0, 0, 0, 0, 0}, tag);
         return p;
     }
     if (p.ref == 0) fail(t, t.text + " " + tag + " is not defined");
@@ -237,8 +248,12 @@ void PARSER::type_attributes(PENDING& p) {
     TYPE_REC& r = p.rec;
     size_t size_field = 1, align_field = 2;
     switch (r.kind) {
-    case TK_FLOAT: case TK_DOUBLE: case TK_LDOUBLE: case TK_COMPLEX: size_field = 0, align_field = 1; break;
-    case TK_QUALIFIED: case TK_ARRAY: size_field = 2, align_field = 3; break;
+    case TK_FLOAT:
+    case TK_DOUBLE:
+    case TK_LDOUBLE:
+    case TK_COMPLEX: size_field = 0, align_field = 1; break;
+    case TK_QUALIFIED:
+    case TK_ARRAY: size_field = 2, align_field = 3; break;
     case TK_CSU: size_field = 3, align_field = 4; break;
     default: break;
     }
@@ -246,8 +261,10 @@ void PARSER::type_attributes(PENDING& p) {
         need_punct(":");
         const uint32_t part = type();
         const TYPE_FACTS& f = table.facts(part);
-        if (r.kind == TK_ENUM) r.v = {f.size, f.align, part, 0};
-        else r.v = {part, f.size, f.align, 0, 0};
+        if (r.kind == TK_ENUM)
+            r.v = {f.size, f.align, part, 0};
+        else
+            r.v = {part, f.size, f.align, 0, 0};
         if (r.kind == TK_ENUM) size_field = 0, align_field = 1;
     }
     const bool integer = r.kind <= 9 || r.kind == TK_LLONG || r.kind == TK_ULLONG;
@@ -331,7 +348,8 @@ void PARSER::list_block(uint8_t kind) {
             if (++type_depth > max_type_depth) fail(t, "the lists nest too deep");
             if (t.text == ".record" || t.text == ".type" || t.text == ".members" || t.text == ".enumerators")
                 type_directive(t.text);
-            else fail(t, "only types can be defined here");
+            else
+                fail(t, "only types can be defined here");
             type_depth--;
             if (t.text == ".record" && doc.types.back().ref == ref && doc.types.back().kind == TK_MEMBER) count++;
             end_of_line();
@@ -350,11 +368,16 @@ void PARSER::list_block(uint8_t kind) {
             r.kind = TK_MEMBER;
             r.v = {++count, member, 0, 0, 0, table.facts(member).size, 0, 0, 0};
             for (;;) {
-                if (take_word("at")) r.v[3] = static_cast<uint32_t>(signed_number(INT32_MIN, INT32_MAX));
-                else if (take_word("bits")) r.v[5] = number(), r.v[6] = 1;
-                else if (take_word("width")) r.v[5] = number();
-                else if (take_word("id")) r.v[0] = number();
-                else break;
+                if (take_word("at"))
+                    r.v[3] = static_cast<uint32_t>(signed_number(INT32_MIN, INT32_MAX));
+                else if (take_word("bits"))
+                    r.v[5] = number(), r.v[6] = 1;
+                else if (take_word("width"))
+                    r.v[5] = number();
+                else if (take_word("id"))
+                    r.v[0] = number();
+                else
+                    break;
             }
         }
         r.pos = position();
@@ -369,11 +392,16 @@ void PARSER::list_block(uint8_t kind) {
 }
 
 bool PARSER::type_directive(const std::string& word) {
-    if (word == ".type") type_line();
-    else if (word == ".record") record_line();
-    else if (word == ".members") list_block(7);
-    else if (word == ".enumerators") list_block(1);
-    else return false;
+    if (word == ".type")
+        type_line();
+    else if (word == ".record")
+        record_line();
+    else if (word == ".members")
+        list_block(7);
+    else if (word == ".enumerators")
+        list_block(1);
+    else
+        return false;
     return true;
 }
 
@@ -406,7 +434,8 @@ std::vector<PARSER::MEMBER_TEXT> PARSER::member_lines() {
         }
         m.pos = position();
         members.push_back(std::move(m));
-        if (!take_punct(",") && !at_punct("}") && lex.peek().kind != TOKEN::NEWLINE) expected("',' or the end of the line");
+        if (!take_punct(",") && !at_punct("}") && lex.peek().kind != TOKEN::NEWLINE)
+            expected("',' or the end of the line");
     }
 }
 
@@ -455,7 +484,8 @@ void PARSER::struct_definition() {
     append(list);
     uint32_t id = 0;
     for (const MEMBER_TEXT& m : members) {
-        TYPE_REC one = record(TK_MEMBER, {++id, m.type, 0, static_cast<uint32_t>(m.at), 0, m.bits, m.bitfield ? 1U : 0U, 0, 0}, m.name);
+        TYPE_REC one = record(
+            TK_MEMBER, {++id, m.type, 0, static_cast<uint32_t>(m.at), 0, m.bits, m.bitfield ? 1U : 0U, 0, 0}, m.name);
         one.ref = ref;
         one.pos = m.pos;
         append(std::move(one));
@@ -492,7 +522,8 @@ void PARSER::enum_definition() {
         one.v = {static_cast<uint32_t>(value++)};
         one.pos = position();
         append(std::move(one));
-        if (!take_punct(",") && !at_punct("}") && lex.peek().kind != TOKEN::NEWLINE) expected("',' or the end of the line");
+        if (!take_punct(",") && !at_punct("}") && lex.peek().kind != TOKEN::NEWLINE)
+            expected("',' or the end of the line");
     }
     list.kind = TK_END_LIST;
     append(std::move(list));

@@ -18,14 +18,14 @@ struct PARSER : TYPE_SOURCE {
     TYPE_TABLE table;
     SCOPE scope{doc};
     uint32_t current_file = 0;
-    bool model_chosen = false; // the basic types stand, or are not wanted
+    bool model_chosen = false;             // the basic types stand, or are not wanted
     std::map<std::string, size_t> forward; // structs declared only, by key: index of their record
 
     // the function in work
     enum { OUTSIDE, ARGS, LOCALS, BODY } state = OUTSIDE;
-    size_t held_from = 0;         // body index from which on items may belong behind the records not yet written
+    size_t held_from = 0; // body index from which on items may belong behind the records not yet written
     bool held = false;
-    bool prolog = false;          // to be made at the first statement
+    bool prolog = false;            // to be made at the first statement
     std::vector<TOKEN> open_blocks; // of the function and its blocks, for messages
 
     // the tree in work
@@ -46,16 +46,22 @@ struct PARSER : TYPE_SOURCE {
     bool at_word(const char* w, size_t k = 0) { return lex.peek(k).kind == TOKEN::WORD && lex.peek(k).text == w; }
     bool take_punct(const char* p) { return at_punct(p) && (lex.next(), true); }
     bool take_word(const char* w) { return at_word(w) && (lex.next(), true); }
-    void need_punct(const char* p) { if (!take_punct(p)) expected(std::string("'") + p + "'"); }
-    void need_word(const char* w) { if (!take_word(w)) expected(std::string("'") + w + "'"); }
+    void need_punct(const char* p) {
+        if (!take_punct(p)) expected(std::string("'") + p + "'");
+    }
+    void need_word(const char* w) {
+        if (!take_word(w)) expected(std::string("'") + w + "'");
+    }
     void end_of_line();
-    void skip_newlines() { while (lex.peek().kind == TOKEN::NEWLINE) lex.next(); }
-    uint32_t number();              // 32 bits
+    void skip_newlines() {
+        while (lex.peek().kind == TOKEN::NEWLINE) lex.next();
+    }
+    uint32_t number(); // 32 bits
     int64_t signed_number(int64_t low, int64_t high);
     uint32_t label();
-    std::string string();           // no zero inside
-    std::string name_word();        // a name, quoted or not
-    POS position();                 // 0 if none stands there
+    std::string string();    // no zero inside
+    std::string name_word(); // a name, quoted or not
+    POS position();          // 0 if none stands there
     uint32_t file_index(const std::string&);
 
     // parse_type
@@ -131,7 +137,7 @@ struct PARSER : TYPE_SOURCE {
     int direct_call(const TOKEN& start);
     int chain(int op, const std::vector<int>& elements, const TOKEN& start);
     int node(int op, const TOKEN& start, int left = -1, int right = -1);
-    void give_type(int n, uint32_t expect);  // the suffix, or the natural type
+    void give_type(int n, uint32_t expect); // the suffix, or the natural type
     bool take_suffix(uint32_t& type);
     ENODE& at(int n) { return tree[n]; }
 };

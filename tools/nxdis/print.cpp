@@ -40,8 +40,8 @@ void PRINTER::position(const POS& p) {
     out += " @";
     if (p.file != current_file) {
         current_file = p.file;
-        const bool named = p.file <= doc.files.size() &&
-                           std::count(doc.files.begin(), doc.files.end(), doc.files[p.file - 1]) == 1;
+        const bool named =
+            p.file <= doc.files.size() && std::count(doc.files.begin(), doc.files.end(), doc.files[p.file - 1]) == 1;
         out += named ? quote_string(doc.files[p.file - 1]) : "#" + std::to_string(p.file);
         out += ':';
     }
@@ -77,7 +77,7 @@ void PRINTER::show_source(const POS& p) {
 static const char* pragma_name(uint32_t kind) {
     static const char* const names[] = {
 #define PRAGMA_KIND(no, name, text) text,
-#include "icode/pragmas.def"
+#include "ir/pragmas.def"
     };
     return kind < std::size(names) ? names[kind] : nullptr;
 }
@@ -114,7 +114,7 @@ void PRINTER::symbol(const SYMBOL_REC& s, bool local) {
     }
     field("size", s.size, f.size);
     field("offset", s.offset, 0);
-    field("align", s.aln, f.align);
+    field("align", s.aln, f.kind == TK_FUNCTION ? function_alignment : f.align);
     if (s.type2 != 0) out += " type2 " + types.text(s.type2);
     if (!s.position_here) out += " at " + std::to_string(s.position);
     field("options", s.option_set, 0);
@@ -145,8 +145,7 @@ void PRINTER::initialiser(const ITEM& i) {
     SCOPE::PLACE found{};
     out += quote_name(s.name);
     if (!scope.find_global(s.name, found) || found.index != i.number) out += "#g" + std::to_string(i.number);
-    uint32_t expect = s.type;
-    while (types.element(expect) != 0) expect = types.element(expect);
+    uint64_t bit = 0;
     out += " = {";
     size_t line_start = out.rfind('\n') + 1;
     for (size_t k = 0; k < i.list.size(); k++) {
@@ -155,7 +154,9 @@ void PRINTER::initialiser(const ITEM& i) {
             out += "\n    ";
             line_start = out.size() - 4;
         }
-        top(i.list[k], i.list[k].root, expect);
+        const TREE& value = i.list[k];
+        top(value, value.root, leaf_type(types, s.type, bit));
+        bit += initialiser_step(value[value.root], types);
     }
     out += " }\n";
 }
@@ -174,8 +175,8 @@ void PRINTER::eht(const ITEM& i) {
             position(e.pos);
         }
         for (const CATCH_REC& c : e.catches)
-            out += " catch(" + quote_string(c.name) + ", " + std::to_string(c.label) + ", " +
-                   std::to_string(c.flag) + ")";
+            out +=
+                " catch(" + quote_string(c.name) + ", " + std::to_string(c.label) + ", " + std::to_string(c.flag) + ")";
         out += '\n';
     }
     indent--;
@@ -242,8 +243,10 @@ void PRINTER::statement(const ITEM& i) {
         for (size_t k = 0; k < cells.size(); k++) {
             const ENODE& c = t[cells[k]];
             out += k == 0 ? " " : ", ";
-            if (c.op == CASE) top(t, c.left, t[e.left].type);
-            else out += "default";
+            if (c.op == CASE)
+                top(t, c.left, t[e.left].type);
+            else
+                out += "default";
             out += " => L" + std::to_string(t[c.op == CASE ? c.right : c.left].f[0]);
         }
         out += " }";
@@ -300,7 +303,8 @@ void PRINTER::item(const ITEM& i) {
         position(i.pos);
         out += '\n';
         return;
-    case REC_END_ARGS: case REC_END_LOCALS:
+    case REC_END_ARGS:
+    case REC_END_LOCALS:
         line();
         out += i.id == REC_END_ARGS ? ".args" : ".locals";
         position(i.pos);
@@ -331,7 +335,8 @@ void PRINTER::item(const ITEM& i) {
         position(i.pos);
         out += '\n';
         return;
-    case REC_COMMENT: case REC_SOURCE:
+    case REC_COMMENT:
+    case REC_SOURCE:
         line();
         out += (i.id == REC_COMMENT ? ".comment " : ".source ") + quote_string(i.text) + "\n";
         return;

@@ -20,7 +20,8 @@ const std::string& opcode_word(int op) {
         w[FILE_OPCODE_VREG] = "vreg";
         w[RETURN] = "return_from"; // the bare word is a statement
         for (std::string& s : w)
-            std::transform(s.begin(), s.end(), s.begin(), [](unsigned char c) { return static_cast<char>(tolower(c)); });
+            std::transform(s.begin(), s.end(), s.begin(),
+                           [](unsigned char c) { return static_cast<char>(tolower(c)); });
         return w;
     }();
     return words[static_cast<size_t>(op) & 0xFF];
@@ -91,8 +92,20 @@ const char* prefix_text(int op) {
 
 bool assigns(int op) {
     switch (op) {
-    case ASG: case STASG: case PLUSASG: case MINUSASG: case MULTASG: case DIVASG: case MODASG: case ANDBASG: case ORBASG:
-    case XORBASG: case SLLASG: case SRLASG: case PLUSPLUS: case MINMIN: return true;
+    case ASG:
+    case STASG:
+    case PLUSASG:
+    case MINUSASG:
+    case MULTASG:
+    case DIVASG:
+    case MODASG:
+    case ANDBASG:
+    case ORBASG:
+    case XORBASG:
+    case SLLASG:
+    case SRLASG:
+    case PLUSPLUS:
+    case MINMIN: return true;
     default: return false;
     }
 }
@@ -106,7 +119,9 @@ bool is_float_text(const std::string& s) {
     size_t i = !s.empty() && s[0] == '-' ? 1 : 0;
     const auto digits = [&](bool hex) {
         const size_t from = i;
-        while (i < s.size() && (hex ? isxdigit(static_cast<unsigned char>(s[i])) : isdigit(static_cast<unsigned char>(s[i]))) != 0) i++;
+        while (i < s.size() &&
+               (hex ? isxdigit(static_cast<unsigned char>(s[i])) : isdigit(static_cast<unsigned char>(s[i]))) != 0)
+            i++;
         return i > from;
     };
     const bool hex = s.compare(i, 2, "0x") == 0;
@@ -167,7 +182,8 @@ void PRINTER::name(const ENODE& n) {
 // A NAME that can be called by its bare name: a global of function type.
 bool PRINTER::direct_callee(const TREE& t, int n) {
     const ENODE& uand = t[n];
-    if (uand.op != UAND || t[uand.left].op != NAME || !is_natural(t, n, 0) || !is_natural(t, uand.left, 0)) return false;
+    if (uand.op != UAND || t[uand.left].op != NAME || !is_natural(t, n, 0) || !is_natural(t, uand.left, 0))
+        return false;
     const ENODE& sym = t[uand.left];
     SCOPE::PLACE found{};
     const std::string* text = scope.name_of({sym.f[0], sym.f[1]});
@@ -232,12 +248,24 @@ void PRINTER::generic(const TREE& t, int n, uint32_t expect) {
         out += ']';
     };
     switch (e.op) {
-    case LABEL: case SWITCH: case UCALL: case EPVAL: case SKIP: case ICON: case FILE_OPCODE_VREG: numbers(1); break;
-    case NAME: case CALL: numbers(2); break;
-    case FIELD: case DDNODE: numbers(3); break;
-    case FCON: case LCON: case SCON: case ICALL: case UICALL: case MCALL: case UMCALL:
-        out += "[" + quote_string(e.text) + "]";
-        break;
+    case LABEL:
+    case SWITCH:
+    case UCALL:
+    case EPVAL:
+    case SKIP:
+    case ICON:
+    case FILE_OPCODE_VREG: numbers(1); break;
+    case NAME:
+    case CALL: numbers(2); break;
+    case FIELD:
+    case DDNODE: numbers(3); break;
+    case FCON:
+    case LCON:
+    case SCON:
+    case ICALL:
+    case UICALL:
+    case MCALL:
+    case UMCALL: out += "[" + quote_string(e.text) + "]"; break;
     default:
         if (e.left < 0) out += "[]";
         break;
@@ -247,7 +275,8 @@ void PRINTER::generic(const TREE& t, int n, uint32_t expect) {
     if ((e.op == COMMA || e.op == PCOMMA || e.op == COMMAOP) && e.right >= 0) {
         std::vector<int> elements{e.right};
         int first = e.left;
-        for (; t[first].op == e.op && is_natural(t, first, 0); first = t[first].left) elements.push_back(t[first].right);
+        for (; t[first].op == e.op && is_natural(t, first, 0); first = t[first].left)
+            elements.push_back(t[first].right);
         elements.push_back(first);
         std::reverse(elements.begin(), elements.end());
         for (size_t i = 0; i < elements.size(); i++) {
@@ -286,7 +315,8 @@ bool PRINTER::shorthand(const TREE& t, int n, uint32_t expect) {
         out += e.text;
         return true;
     case SCON: out += quote_string(e.text); return true;
-    case STDOT: case STREF: {
+    case STDOT:
+    case STREF: {
         const uint32_t csu = selected_struct(t, n, types);
         const ENODE& f = t[e.right];
         if (csu == 0 || f.op != FIELD || f.f[0] != 1 || f.f[2] != csu || !is_natural(t, e.right, 0)) return false;
@@ -308,7 +338,8 @@ bool PRINTER::shorthand(const TREE& t, int n, uint32_t expect) {
         out += ')';
         return true;
     }
-    case CALL: case UCALL: call(t, n); return true;
+    case CALL:
+    case UCALL: call(t, n); return true;
     default: return false;
     }
 }

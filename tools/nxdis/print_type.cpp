@@ -33,7 +33,8 @@ bool PRINTER::function_sugar(size_t& i, size_t end) {
         const TYPE_REC& p = doc.types[k];
         if (p.ref != r.ref || p.v[1] != 0 || p.v[2] != 0 || !p.name.empty()) return false;
     }
-    if (k >= end || doc.types[k].kind != TK_END_LIST || doc.types[k].ref != r.ref || doc.types[k].v[0] != 0) return false;
+    if (k >= end || doc.types[k].kind != TK_END_LIST || doc.types[k].ref != r.ref || doc.types[k].v[0] != 0)
+        return false;
     if (types.defined(r.ref)) return false;
     TYPE_TABLE& table = types;
     std::vector<uint32_t> params;
@@ -78,7 +79,9 @@ bool PRINTER::type_sugar(size_t& i, size_t end) {
         return true;
     }
     switch (r.kind) {
-    case TK_FLOAT: case TK_DOUBLE: case TK_LDOUBLE:
+    case TK_FLOAT:
+    case TK_DOUBLE:
+    case TK_LDOUBLE:
         begin();
         out += basic_type_word(r.kind);
         type_attributes(r.v[0], default_basic_size(r.kind), r.v[1], r.v[0]);
@@ -92,7 +95,11 @@ bool PRINTER::type_sugar(size_t& i, size_t end) {
         finish();
         return true;
     case TK_FUNCTION: return function_sugar(i, end);
-    case TK_POINTER: case TK_REFERENCE: case TK_QUALIFIED: case TK_ARRAY: case TK_COMPLEX: {
+    case TK_POINTER:
+    case TK_REFERENCE:
+    case TK_QUALIFIED:
+    case TK_ARRAY:
+    case TK_COMPLEX: {
         const uint32_t part = r.kind == TK_COMPLEX ? r.v[2] : r.v[0];
         if (!types.defined(part)) return false;
         if (r.kind == TK_ARRAY && (r.v[4] != 0 || r.v[5] > 1 || r.v[6] != 0 || r.v[7] != 0)) return false;
@@ -107,15 +114,20 @@ bool PRINTER::type_sugar(size_t& i, size_t end) {
         begin();
         out += text;
         const TYPE_FACTS& p = types.facts(part);
-        if (r.kind == TK_QUALIFIED) type_attributes(r.v[2], p.size, r.v[3], p.align);
-        else if (r.kind == TK_ARRAY) type_attributes(r.v[2], r.v[1] * p.size, r.v[3], p.align);
-        else if (r.kind == TK_COMPLEX) type_attributes(r.v[0], 2 * p.size, r.v[1], p.align);
-        else type_attributes(r.v[1], 32, r.v[2], 32);
+        if (r.kind == TK_QUALIFIED)
+            type_attributes(r.v[2], p.size, r.v[3], p.align);
+        else if (r.kind == TK_ARRAY)
+            type_attributes(r.v[2], r.v[1] * p.size, r.v[3], p.align);
+        else if (r.kind == TK_COMPLEX)
+            type_attributes(r.v[0], 2 * p.size, r.v[1], p.align);
+        else
+            type_attributes(r.v[1], 32, r.v[2], 32);
         finish();
         return true;
     }
     case TK_CSU: {
-        if (r.v[0] > 2 || !flag(r.v[1]) || !flag(r.v[2]) || !flag(r.v[5]) || !flag(r.v[6]) || !flag(r.v[7])) return false;
+        if (r.v[0] > 2 || !flag(r.v[1]) || !flag(r.v[2]) || !flag(r.v[5]) || !flag(r.v[6]) || !flag(r.v[7]))
+            return false;
         if (types.find(TYPE_TABLE::key_named(TK_CSU, static_cast<uint8_t>(r.v[0]), r.name)) != 0) return false;
         begin();
         types.apply(r);
@@ -159,7 +171,8 @@ bool PRINTER::list_line(const TYPE_REC& r, uint32_t list, uint32_t number) {
     if (list == 1) {
         line();
         out += quote_name(r.name) + " = ";
-        out += types.is_signed(types.facts(r.ref).part) ? std::to_string(static_cast<int32_t>(r.v[0])) : std::to_string(r.v[0]);
+        out += types.is_signed(types.facts(r.ref).part) ? std::to_string(static_cast<int32_t>(r.v[0]))
+                                                        : std::to_string(r.v[0]);
         position(r.pos);
         out += '\n';
         return true;
@@ -169,8 +182,10 @@ bool PRINTER::list_line(const TYPE_REC& r, uint32_t list, uint32_t number) {
     if (!types.defined(r.v[1])) return false;
     line();
     out += quote_name(r.name) + ": " + types.text(r.v[1]) + " at " + std::to_string(static_cast<int32_t>(r.v[3]));
-    if (r.v[6] != 0) out += " bits " + std::to_string(r.v[5]);
-    else if (r.v[5] != types.facts(r.v[1]).size) out += " width " + std::to_string(r.v[5]);
+    if (r.v[6] != 0)
+        out += " bits " + std::to_string(r.v[5]);
+    else if (r.v[5] != types.facts(r.v[1]).size)
+        out += " width " + std::to_string(r.v[5]);
     if (r.v[0] != number) out += " id " + std::to_string(r.v[0]);
     position(r.pos);
     out += '\n';
@@ -197,8 +212,10 @@ void PRINTER::type_records() {
             continue;
         }
         if (!open.empty() && r.ref == open.back().ref && r.kind == (open.back().kind == 1 ? TK_ETOR : TK_MEMBER)) {
-            if (!list_line(r, open.back().kind, ++open.back().count)) type_generic(r);
-            else types.apply(r);
+            if (!list_line(r, open.back().kind, ++open.back().count))
+                type_generic(r);
+            else
+                types.apply(r);
             i++;
             continue;
         }
@@ -207,7 +224,8 @@ void PRINTER::type_records() {
             while (k < end && !(all[k].ref == r.ref && (all[k].kind == TK_LIST || all[k].kind == TK_END_LIST))) k++;
             if (k < end && all[k].kind == TK_END_LIST && all[k].v[0] == r.v[0]) {
                 line();
-                out += (r.v[0] == 1 ? ".enumerators " : ".members ") + (types.defined(r.ref) ? types.text(r.ref) : "$" + std::to_string(r.ref)) + " {\n";
+                out += (r.v[0] == 1 ? ".enumerators " : ".members ") +
+                       (types.defined(r.ref) ? types.text(r.ref) : "$" + std::to_string(r.ref)) + " {\n";
                 indent++;
                 types.apply(r);
                 open.push_back({k, r.ref, r.v[0], 0});

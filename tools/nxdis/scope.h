@@ -17,9 +17,9 @@ struct SCOPE {
     struct LOCAL {
         std::string name;
         uint32_t type;
-        uint32_t depth;  // the scope that a NAME of it carries
+        uint32_t depth; // the scope that a NAME of it carries
         uint8_t sclass;
-        bool open;       // its block has not ended
+        bool open; // its block has not ended
     };
     struct PLACE {
         uint32_t scope, index;
@@ -37,7 +37,8 @@ struct SCOPE {
         global_names[doc.globals.back().name].push_back(static_cast<uint32_t>(doc.globals.size() - 1));
     }
     void all_globals() {
-        for (size_t i = 0; i < doc.globals.size(); i++) global_names[doc.globals[i].name].push_back(static_cast<uint32_t>(i));
+        for (size_t i = 0; i < doc.globals.size(); i++)
+            global_names[doc.globals[i].name].push_back(static_cast<uint32_t>(i));
     }
     void begin_function(uint32_t global) {
         function = global;

@@ -19,8 +19,8 @@ struct BASIC {
     uint32_t size;
 };
 constexpr BASIC basics[] = {
-    {0, "bool", 16},   {1, "char", 16},    {2, "uchar", 16},   {3, "wchar", 16},  {4, "short", 16},   {5, "ushort", 16},
-    {6, "int", 32},    {7, "uint", 32},    {8, "long", 32},    {9, "ulong", 32},  {50, "llong", 64},  {51, "ullong", 64},
+    {0, "bool", 16},   {1, "char", 16},    {2, "uchar", 16},    {3, "wchar", 16}, {4, "short", 16},  {5, "ushort", 16},
+    {6, "int", 32},    {7, "uint", 32},    {8, "long", 32},     {9, "ulong", 32}, {50, "llong", 64}, {51, "ullong", 64},
     {10, "float", 32}, {11, "double", 64}, {12, "ldouble", 64}, {49, "void", 0},
 };
 const char* const csu_words[3] = {"struct", "union", "class"};
@@ -29,7 +29,7 @@ bool integral_kind(uint8_t k) { return k <= 9 || k == TK_LLONG || k == TK_ULLONG
 
 } // namespace
 
-const QUALIFIER_WORD qualifier_words[8] = {{1, "const"}, {2, "volatile"}, {4, "packed"},   {8, "near"},
+const QUALIFIER_WORD qualifier_words[8] = {{1, "const"}, {2, "volatile"}, {4, "packed"},    {8, "near"},
                                            {16, "far"},  {32, "ioport"},  {64, "restrict"}, {128, "onchip"}};
 
 const char* basic_type_word(uint8_t kind) {
@@ -69,8 +69,8 @@ bool is_reserved_word(const std::string& word) {
     uint8_t kind = 0;
     bool sign = false;
     if (basic_type_kind(word, kind, sign)) return true;
-    static const char* const words[] = {"struct", "union", "class",  "enum", "typedef", "complex", "none",
-                                        "if",     "goto",  "switch", "return", "local", "parm",    "nothing"};
+    static const char* const words[] = {"struct", "union", "class",  "enum",   "typedef", "complex", "none",
+                                        "if",     "goto",  "switch", "return", "local",   "parm",    "nothing"};
     return std::any_of(std::begin(words), std::end(words), [&](const char* w) { return word == w; });
 }
 
@@ -140,8 +140,7 @@ void TYPE_TABLE::apply(const TYPE_REC& r) {
         if (f.kind == TK_FUNCTION && f.open) f.params.push_back(v(0));
         return;
     case TK_MEMBER:
-        if (f.kind == TK_CSU)
-            f.members.push_back({r.name, v(0), v(1), v(5), static_cast<int32_t>(v(3)), v(6) != 0});
+        if (f.kind == TK_CSU) f.members.push_back({r.name, v(0), v(1), v(5), static_cast<int32_t>(v(3)), v(6) != 0});
         return;
     case TK_END_LIST:
         if (f.kind == TK_FUNCTION && v(0) == 0 && f.open) {
@@ -150,15 +149,24 @@ void TYPE_TABLE::apply(const TYPE_REC& r) {
             enter(r.ref);
         }
         return;
-    case TK_LIST: case TK_ETOR: case TK_BASE: case TK_ACCESS: case TK_FRIEND_FUNC: case TK_FRIEND_CLASS: case TK_NESTED:
-    case TK_STATIC: case TK_METHOD: return;
+    case TK_LIST:
+    case TK_ETOR:
+    case TK_BASE:
+    case TK_ACCESS:
+    case TK_FRIEND_FUNC:
+    case TK_FRIEND_CLASS:
+    case TK_NESTED:
+    case TK_STATIC:
+    case TK_METHOD: return;
     default: break;
     }
     f = TYPE_FACTS();
     f.kind = r.kind;
     f.name = r.name;
     switch (r.kind) {
-    case TK_FLOAT: case TK_DOUBLE: case TK_LDOUBLE:
+    case TK_FLOAT:
+    case TK_DOUBLE:
+    case TK_LDOUBLE:
         f.size = v(0);
         f.align = v(1);
         break;
@@ -168,7 +176,9 @@ void TYPE_TABLE::apply(const TYPE_REC& r) {
         f.align = v(4);
         f.plain = false;
         break;
-    case TK_TYPEDEF: case TK_POINTER: case TK_REFERENCE:
+    case TK_TYPEDEF:
+    case TK_POINTER:
+    case TK_REFERENCE:
         f.part = v(0);
         f.size = v(1);
         f.align = v(2);
@@ -207,7 +217,8 @@ void TYPE_TABLE::apply(const TYPE_REC& r) {
         f.align = v(1);
         f.part = v(2);
         break;
-    case TK_CSU: case TK_CSU_LONG:
+    case TK_CSU:
+    case TK_CSU_LONG:
         f.kind = TK_CSU;
         f.csu_kind = static_cast<uint8_t>(v(0));
         f.complete = v(1) != 0;
@@ -266,7 +277,9 @@ std::string TYPE_TABLE::key(const TYPE_FACTS& f) const {
     case TK_QUALIFIED: return key_qualified(f.part, f.quals);
     case TK_ARRAY: return key_array(f.part, f.count, f.complete);
     case TK_FUNCTION: return f.open ? std::string() : key_function(f.part, f.params, f.vararg, f.proto);
-    case TK_ENUM: case TK_TYPEDEF: case TK_CSU: return key_named(f.kind, f.csu_kind, f.name);
+    case TK_ENUM:
+    case TK_TYPEDEF:
+    case TK_CSU: return key_named(f.kind, f.csu_kind, f.name);
     case 255: return {};
     default: return key_basic(f.kind, f.expl_sign);
     }
@@ -392,9 +405,9 @@ std::string TYPE_TABLE::text_capped(uint32_t t, int budget) const {
         return text_capped(element, budget - 1) + dimensions;
     }
     case TK_FUNCTION: {
-        const bool sayable = f.params.size() <= 200 &&
-                             std::none_of(f.params.begin(), f.params.end(),
-                                          [&](uint32_t p) { return p == 0 || facts(p).kind == TK_VOID; });
+        const bool sayable = f.params.size() <= 200 && std::none_of(f.params.begin(), f.params.end(), [&](uint32_t p) {
+                                 return p == 0 || facts(p).kind == TK_VOID;
+                             });
         if (!sayable) return "$" + std::to_string(t);
         const int share = budget - 1 - static_cast<int>(f.params.size()) * 2;
         std::string s = text_capped(f.part, share) + "(";

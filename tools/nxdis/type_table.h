@@ -20,16 +20,16 @@ struct MEMBER_INFO {
 };
 
 struct TYPE_FACTS {
-    uint8_t kind = 255;       // K of its first record; 255: not defined
-    uint32_t part = 0;        // pointee, element, result, qualified, aliased or underlying type
-    uint32_t part2 = 0;       // pointer to member: the class
+    uint8_t kind = 255;           // K of its first record; 255: not defined
+    uint32_t part = 0;            // pointee, element, result, qualified, aliased or underlying type
+    uint32_t part2 = 0;           // pointer to member: the class
     uint32_t size = 0, align = 0; // bits
-    uint32_t count = 0;       // array: elements
-    uint32_t quals = 0;       // qualified
-    uint8_t csu_kind = 0;     // struct 0, union 1, class 2
+    uint32_t count = 0;           // array: elements
+    uint32_t quals = 0;           // qualified
+    uint8_t csu_kind = 0;         // struct 0, union 1, class 2
     bool expl_sign = false, vararg = false, proto = false, complete = true, vector = false;
-    bool plain = true;        // the text form of the type says all of it that matters to its identity
-    bool open = false;        // function: its parameter list has not closed
+    bool plain = true; // the text form of the type says all of it that matters to its identity
+    bool open = false; // function: its parameter list has not closed
     std::string name;
     std::vector<uint32_t> params;
     std::vector<MEMBER_INFO> members;
@@ -42,18 +42,18 @@ struct TYPE_TABLE {
     const TYPE_FACTS& facts(uint32_t t) const; // of an undefined one: kind 255
     uint32_t highest() const { return highest_ref; }
 
-    uint32_t unqualified(uint32_t t) const;    // without qualifiers and typedefs at the top
-    uint32_t quals(uint32_t t) const;          // qualifier bits at the top
-    bool is_signed(uint32_t t) const;          // through typedefs, qualifiers, and an enum's underlying type
-    bool is_integral(uint32_t t) const;        // enums excluded
+    uint32_t unqualified(uint32_t t) const; // without qualifiers and typedefs at the top
+    uint32_t quals(uint32_t t) const;       // qualifier bits at the top
+    bool is_signed(uint32_t t) const;       // through typedefs, qualifiers, and an enum's underlying type
+    bool is_integral(uint32_t t) const;     // enums excluded
     bool is_kind(uint32_t t, uint8_t kind) const { return facts(unqualified(t)).kind == kind; }
     bool is_pointer(uint32_t t) const { return is_kind(t, TK_POINTER); }
     bool is_csu(uint32_t t) const { return is_kind(t, TK_CSU); }
     bool is_float(uint32_t t) const;
     bool is_scalar(uint32_t t) const;
-    uint32_t pointee(uint32_t t) const;        // 0 if it is no pointer
-    uint32_t element(uint32_t t) const;        // 0 if it is no array
-    uint32_t function_of(uint32_t t) const;    // the function type of a pointer to function or of a function; else 0
+    uint32_t pointee(uint32_t t) const;     // 0 if it is no pointer
+    uint32_t element(uint32_t t) const;     // 0 if it is no array
+    uint32_t function_of(uint32_t t) const; // the function type of a pointer to function or of a function; else 0
     const MEMBER_INFO* member(uint32_t csu, const std::string& name) const; // null if absent or there are several
     const MEMBER_INFO* member(uint32_t csu, uint32_t id) const;
 
@@ -73,15 +73,17 @@ struct TYPE_TABLE {
     std::string text(uint32_t t) const;
 
   private:
-    std::vector<TYPE_FACTS> dense;                       // by typeref
-    std::unordered_map<uint32_t, TYPE_FACTS> sparse;     // typerefs beyond the dense part
-    std::unordered_map<std::string, uint32_t> by_key;    // structure to the first type that has it
+    std::vector<TYPE_FACTS> dense;                    // by typeref
+    std::unordered_map<uint32_t, TYPE_FACTS> sparse;  // typerefs beyond the dense part
+    std::unordered_map<std::string, uint32_t> by_key; // structure to the first type that has it
     uint32_t highest_ref = 0;
     TYPE_FACTS& at(uint32_t t);
     void enter(uint32_t t);
-    std::string key(const TYPE_FACTS&) const;            // empty if the text form cannot say it
+    std::string key(const TYPE_FACTS&) const; // empty if the text form cannot say it
     std::string text_capped(uint32_t t, int depth) const;
 };
+
+constexpr uint32_t function_alignment = 16; // bits; what a function's symbol has where the text says nothing
 
 // Keywords of the basic types, by kind; null if the kind is none. "schar" is a char with an explicit sign.
 const char* basic_type_word(uint8_t kind);
@@ -99,7 +101,7 @@ extern const QUALIFIER_WORD qualifier_words[8];
 std::string quote_name(const std::string& name);
 std::string quote_string(const std::string& bytes); // "..." with escapes
 bool is_reserved_word(const std::string& word);
-bool is_label_word(const std::string& word);        // L and digits
+bool is_label_word(const std::string& word); // L and digits
 
 } // namespace nxtext
 

@@ -413,14 +413,9 @@ bool MODEL::eval(const Expr* e, CVAL& out) {
         out.type = type_of_expr(e);
         out.i = APSInt(cast<IntegerLiteral>(e)->getValue().zextOrTrunc(out.type->size_bits), !out.type->is_signed());
         return true;
-    case Stmt::CharacterLiteralClass: {
-        const auto* c = cast<CharacterLiteral>(e);
-        int64_t value = c->getValue();
-        // A single narrow character is its code, which is positive in a 16-bit char.
-        if (c->getKind() == CharacterLiteral::Ascii && int32_t(value) < 0 && int32_t(value) >= -128) value &= 0xFF;
-        out = make_int(value, type_of_expr(e));
+    case Stmt::CharacterLiteralClass:
+        out = make_int(character(cast<CharacterLiteral>(e)), type_of_expr(e));
         return true;
-    }
     case Stmt::FloatingLiteralClass:
         out.kind = CVAL::FLT;
         out.type = type_of_expr(e);

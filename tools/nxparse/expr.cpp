@@ -117,13 +117,22 @@ NODE* FRONT::address(NODE* lv, TYPE* pointer) {
     return node1(UAND, pointer, lv);
 }
 
+// A narrow string whose characters an SCON can hold: those up to 255.
+bool FRONT::is_byte_text(const StringLiteral* s, std::string& bytes) {
+    if (s->getCharByteWidth() != 1) return false;
+    for (uint32_t unit : m.code_units(s)) {
+        if (unit > 255) return false;
+        bytes.push_back(char(unit));
+    }
+    return true;
+}
+
 NODE* FRONT::string_address(const StringLiteral* s, TYPE* pointer) {
-    bool wide = s->getCharByteWidth() != 1;
-    if (wide) {
+    std::string bytes;
+    if (!is_byte_text(s, bytes)) {
         SYMTAB* sym = wide_string(s);
         return convert(node1(UAND, m.decayed(sym->type), name_of(sym, sym->type)), pointer);
     }
-    std::string bytes = s->getBytes().str();
     bytes.push_back(0);
     return convert(scon(bytes, m.pointer_to(tp->char_type())), pointer);
 }

@@ -171,8 +171,7 @@ SYMTAB* FRONT::hidden_static(const std::string& stem, TYPE* type, SourceLocation
 }
 
 SYMTAB* FRONT::wide_string(const StringLiteral* s) {
-    std::vector<uint32_t> units;
-    for (unsigned i = 0; i < s->getLength(); ++i) units.push_back(s->getCodeUnit(i));
+    std::vector<uint32_t> units = m.code_units(s);
     units.push_back(0);
     TYPE* elem = m.type_of(ctx.getAsArrayType(s->getType())->getElementType(), s->getBeginLoc());
     std::vector<uint32_t> key = units;
@@ -299,7 +298,7 @@ void FRONT::translate_unit() {
 
 // Parameters, their local copies, and the assignments that fill the copies.
 void FRONT::make_parameters(const FunctionDecl* f) {
-    bool prototyped = f->getType()->isFunctionProtoType();
+    bool prototyped = f->hasWrittenPrototype();
     std::vector<NODE*> prolog;
     uint32_t place = 0; // bits, of class 9 in the argument area
     unsigned number = 0;
@@ -363,7 +362,8 @@ void FRONT::translate_body(const FunctionDecl* f) {
     return_type = m.type_of_decl(f)->return_type();
     make_parameters(f);
     statements_of(code);
-    if (f->isMain() && return_type->is_integral() && !return_type->is_void())
+    bool returns = !code->body_empty() && isa<ReturnStmt>(code->body_back());
+    if (f->isMain() && return_type->is_integral() && !returns)
         add(node2(RETURN, m.value_type(return_type), name_of(here.sym, here.sym->type),
                   convert(icon(0), m.value_type(return_type))),
             code->getRBracLoc());

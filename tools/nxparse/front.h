@@ -64,6 +64,7 @@ class FRONT {
     NODE* conversion(const clang::CastExpr*);
     NODE* decay(const Expr*);
     NODE* address(NODE* lvalue, TYPE* pointer);
+    bool is_byte_text(const clang::StringLiteral*, std::string& bytes);
     NODE* string_address(const clang::StringLiteral*, TYPE* pointer);
     NODE* index(NODE* i);
     NODE* offset_pointer(NODE* p, NODE* i, bool subtract, clang::SourceLocation);

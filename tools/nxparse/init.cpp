@@ -158,8 +158,7 @@ NODE* FRONT::constant_node(const CVAL& v, TYPE* to, SourceLocation where) {
     const Expr* literal = v.literal;
     if (const auto* p = dyn_cast_or_null<PredefinedExpr>(literal)) literal = p->getFunctionName();
     if (const auto* s = dyn_cast_or_null<StringLiteral>(literal)) {
-        base = string_address(s, s->getCharByteWidth() == 1 ? m.pointer_to(tp->char_type())
-                                                            : m.decayed(wide_string(s)->type));
+        base = string_address(s, m.decayed(m.type_of_expr(s)));
     } else {
         SYMTAB* sym = nullptr;
         if (v.decl != nullptr) {
@@ -212,13 +211,12 @@ std::vector<NODE*> FRONT::initialiser_nodes(const LEAVES& leaves, std::vector<co
             skip_to(unit);
             TYPE* elem = leaf.type->elem_type()->stqs();
             uint64_t count = std::min<uint64_t>(leaf.text->getLength() + 1, leaf.type->elem_count());
-            if (leaf.text->getCharByteWidth() == 1 && is_character(elem)) {
-                std::string bytes = leaf.text->getBytes().str();
+            if (std::string bytes; is_character(elem) && is_byte_text(leaf.text, bytes)) {
                 bytes.resize(count, 0);
                 nodes.push_back(scon(bytes, m.array_of(elem, count, leaf.text->getBeginLoc())));
             } else {
-                for (uint64_t i = 0; i < count; ++i)
-                    nodes.push_back(icon(INT65(i < leaf.text->getLength() ? leaf.text->getCodeUnit(unsigned(i)) : 0u), elem));
+                std::vector<uint32_t> units = m.code_units(leaf.text);
+                for (uint64_t i = 0; i < count; ++i) nodes.push_back(icon(INT65(i < units.size() ? units[i] : 0u), elem));
             }
             here += count * (elem->size_bits / 16);
             continue;
@@ -329,8 +327,9 @@ void FRONT::assign_leaf(SYMTAB* sym, TYPE* t, const LEAF& leaf, std::vector<NODE
     NODE* place = leaf_place(sym, t, leaf.path);
     if (leaf.text != nullptr) {
         TYPE* elem = leaf.type->elem_type();
+        std::vector<uint32_t> units = m.code_units(leaf.text);
         for (uint32_t i = 0; i < leaf.type->elem_count(); ++i) {
-            uint32_t code = i < leaf.text->getLength() ? leaf.text->getCodeUnit(i) : 0;
+            uint32_t code = i < units.size() ? units[i] : 0;
             NODE* base = address(copy_tree(place), m.pointer_to(elem));
             if (i != 0) base = node2(PLUS, base->type, base, icon(int64_t{i} * (elem->size_bits / 16)));
             trees.push_back(node2(ASG, m.value_type(elem), node1(UMULT, elem, base), icon(INT65(code), m.value_type(elem))));
@@ -361,8 +360,7 @@ NODE* FRONT::memcpy_tree(NODE* to, NODE* from, uint32_t units) {
 void FRONT::text_initialiser(SYMTAB* sym, TYPE* t, const StringLiteral* s, std::vector<NODE*>& trees) {
     uint64_t count = t->elem_count();
     NODE* to = node1(UAND, m.decayed(t), name_of(sym, t));
-    if (s->getCharByteWidth() == 1 && is_character(t->elem_type()) && count < max_padded_text) {
-        std::string bytes = s->getBytes().str();
+    if (std::string bytes; is_character(t->elem_type()) && count < max_padded_text && is_byte_text(s, bytes)) {
         bytes.resize(std::max<uint64_t>(count, s->getLength() + 1), 0);
         trees.push_back(memcpy_tree(to, scon(bytes, m.pointer_to(tp->char_type())), uint32_t(count)));
         return;

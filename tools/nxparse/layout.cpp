@@ -62,7 +62,9 @@ void MODEL::place_member(const FieldDecl* f, bool is_union, LAYOUT& l, uint64_t&
         if (w.getExtValue() < 0 || w.getZExtValue() > m.size)
             refuse(f->getLocation(), "width of the bit-field exceeds its type");
         width = w.getZExtValue();
-        if (width != f->getBitWidthValue(ctx))
+        // Clang has promoted the field's values by the width that it sees.
+        auto promotion = [](uint64_t w) { return w < 32 ? 0 : w == 32 ? 1 : 2; };
+        if (promotion(width) != promotion(f->getBitWidthValue(ctx)))
             refuse(f->getLocation(), "the width of this bit-field depends on the width of char");
         if (width == 0 || at / m.size != (at + width - 1) / m.size) at = round_up(at, m.size);
     } else {

@@ -1,5 +1,6 @@
 // nxparse: C to icode. The command line, the run of Clang, and the output file.
 #include "front.h"
+#include "literals.h"
 #include "target.h"
 
 #include "clang/Frontend/Utils.h"
@@ -121,7 +122,7 @@ class NX_DIAGNOSTICS final : public TextDiagnosticPrinter {
   public:
     NX_DIAGNOSTICS(llvm::raw_ostream& os, DiagnosticOptions* options) : TextDiagnosticPrinter(os, options) {}
     void HandleDiagnostic(DiagnosticsEngine::Level level, const Diagnostic& info) override {
-        if (info.getID() == diag::err_static_assert_failed) return;
+        if (info.getID() == diag::err_static_assert_failed || info.getID() == diag::err_static_assert_requirement_failed) return;
         TextDiagnosticPrinter::HandleDiagnostic(level, info);
     }
 };
@@ -254,6 +255,7 @@ int compile(const COMMAND& command) {
     ci.setInvocation(invocation);
     ProcessWarningOptions(ci.getDiagnostics(), ci.getDiagnosticOpts(), false);
     auto files = make_file_system();
+    if (!command.preprocess) files = with_large_escapes(files);
     ci.createFileManager(files);
     ci.createSourceManager(ci.getFileManager());
     ci.setTarget(make_target());

@@ -79,6 +79,12 @@ class MODEL {
     const MEMBER& member(const clang::FieldDecl*);
     TYPE* record_type(const clang::RecordDecl*);
 
+    // ---- literals (literals.cpp)
+    // The characters of a string without its final 0. Each is one unit, so up to 65535 (or a wide character).
+    std::vector<uint32_t> code_units(const clang::StringLiteral*);
+    
+    int64_t character(const clang::CharacterLiteral*);
+
     // ---- constants (consteval.cpp)
     bool eval(const clang::Expr*, CVAL&);             // false if not a constant
     bool eval_lvalue(const clang::Expr*, CVAL&);      // the address of an object or function
@@ -135,6 +141,7 @@ class MODEL {
     llvm::DenseMap<void*, TYPE*> plain_types_;             // by QualType
     std::map<std::string, unsigned> tags_;
     std::vector<uint64_t> odd_bounds_; // what Clang computed for array bounds that have another value here
+    void decode(llvm::StringRef token, clang::SourceLocation where, std::vector<uint32_t>& out);
     unsigned refuse_id_, warn_id_;
 };
 

@@ -40,16 +40,30 @@ class NX_TARGET final : public TargetInfo {
     BuiltinVaListKind getBuiltinVaListKind() const override { return CharPtrBuiltinVaList; }
     bool validateAsmConstraint(const char*&, ConstraintInfo&) const override { return false; }
     bool hasInt128Type() const override { return false; }
+    bool isValidCPUName(llvm::StringRef) const override { return true; }
     const char* getClobbers() const override { return ""; }
     ArrayRef<const char*> getGCCRegNames() const override { return None; }
     ArrayRef<GCCRegAlias> getGCCRegAliases() const override { return None; }
 };
 
+// TargetInfo keeps its options private and gets them only from the factory of Clang's own targets, but assembly
+// statements look at them. An explicit instantiation may name a private member; this one hands it out.
+using OPTIONS_MEMBER = std::shared_ptr<TargetOptions> TargetInfo::*;
+OPTIONS_MEMBER options_member();
+template <OPTIONS_MEMBER member> struct OPTIONS_ACCESS {
+    friend OPTIONS_MEMBER options_member() { return member; }
+};
+template struct OPTIONS_ACCESS<&TargetInfo::TargetOpts>;
+
 } // namespace
 
 const char* const header_folder = "/nxparse/include";
 
-TargetInfo* make_target() { return new NX_TARGET; }
+TargetInfo* make_target() {
+    TargetInfo* target = new NX_TARGET;
+    target->*options_member() = std::make_shared<TargetOptions>();
+    return target;
+}
 
 const std::vector<std::string>& predefined_macros() {
     static const std::vector<std::string> macros = {

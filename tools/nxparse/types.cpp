@@ -285,14 +285,18 @@ TYPE* MODEL::type_of_decl(const ValueDecl* d) {
     } else if (const auto* v = dyn_cast<VarDecl>(d)) {
         t = var_type(v);
     } else if (const auto* f = dyn_cast<FunctionDecl>(d)) {
-        const FunctionDecl* best = f;
+        // The definition's prototype, else any; a definition in the old style has none, whatever Clang makes of it.
+        const FunctionDecl* best = f->getDefinition() != nullptr ? f->getDefinition() : f;
         for (const FunctionDecl* r : f->redecls())
-            if (!best->getType()->isFunctionProtoType() && r->getType()->isFunctionProtoType()) best = r;
-        if (f->getDefinition() != nullptr && f->getDefinition()->getType()->isFunctionProtoType())
-            best = f->getDefinition();
-        bool written = best->getTypeSourceInfo() != nullptr &&
-                       best->getTypeSourceInfo()->getType()->isFunctionProtoType() == best->getType()->isFunctionProtoType();
-        t = written ? type_of(best->getTypeSourceInfo()) : type_of(best->getType(), best->getLocation());
+            if (!best->hasWrittenPrototype() && r->hasWrittenPrototype()) best = r;
+        const TypeSourceInfo* info = best->getTypeSourceInfo();
+        if (best->hasWrittenPrototype() || info == nullptr) {
+            t = info != nullptr ? type_of(info) : type_of(best->getType(), best->getLocation());
+        } else {
+            auto loc = info->getTypeLoc().getAs<FunctionTypeLoc>();
+            TYPE* ret = loc.isNull() ? type_of(best->getReturnType(), best->getLocation()) : type_of(loc.getReturnLoc());
+            t = function_type(ret, {}, false, false);
+        }
     } else if (const auto* m = dyn_cast<FieldDecl>(d)) {
         t = type_of(m->getTypeSourceInfo());
     } else {

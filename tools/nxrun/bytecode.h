@@ -36,10 +36,18 @@ static_assert(sizeof(INSN) == 16);
 
 // Machine kinds of values.
 enum VKIND : uint8_t {
-    V_VOID, V_H, V_UH, V_W, V_UW, V_L, V_UL, V_F, V_D, // scalars, in the order of the integer kinds above
-    V_BLOCK,                                           // struct, union, array: an object in memory
-    V_FUNC,                                            // a function; only its address is a value
-    V_BAD                                              // a type that the interpreter has no value for
+    V_VOID,
+    V_H,
+    V_UH,
+    V_W,
+    V_UW,
+    V_L,
+    V_UL,
+    V_F,
+    V_D,     // scalars, in the order of the integer kinds above
+    V_BLOCK, // struct, union, array: an object in memory
+    V_FUNC,  // a function; only its address is a value
+    V_BAD    // a type that the interpreter has no value for
 };
 inline bool is_integer_kind(VKIND k) { return k >= V_H && k <= V_UL; }
 inline bool is_float_kind(VKIND k) { return k == V_F || k == V_D; }
@@ -88,9 +96,9 @@ struct FUNCTION {
     std::vector<uint32_t> position_of; // for each instruction, index into positions
     std::vector<SOURCE_POSITION> positions;
     std::vector<JUMP_TABLE> tables;
-    uint32_t slots = 0;                // size of the frame
-    uint32_t frame_units = 0;          // memory of an activation
-    std::vector<uint8_t> frame_state;  // state of that memory at entry
+    uint32_t slots = 0;                                       // size of the frame
+    uint32_t frame_units = 0;                                 // memory of an activation
+    std::vector<std::pair<uint32_t, uint32_t>> frame_objects; // place and units of what is in use from the entry on
 };
 
 struct PROGRAM {

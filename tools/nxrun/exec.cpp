@@ -131,7 +131,7 @@ void VM::enter(const FUNCTION* f, int64_t* slots) {
         trap("stack overflow: " + std::to_string(frames_.size()) + " calls deep");
     frames_.push_back({f, f->code.data(), slots, memory_top_});
     if (f->frame_units != 0) {
-        memcpy(mem.state + memory_top_, f->frame_state.data(), f->frame_units);
+        for (auto [at, units] : f->frame_objects) mem.set_state(memory_top_ + at, units, UNIT_WRITABLE);
         memory_top_ += f->frame_units;
     }
 }
@@ -170,7 +170,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         DISPATCH();                                                                                                    \
     } while (0)
 #define SIMPLE(name, expr)                                                                                             \
-    L_##name : RA = (expr);                                                                                             \
+    L_##name : RA = (expr);                                                                                            \
     NEXT();
 
     try {
@@ -179,71 +179,59 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
 #define ARITH(stem, kind, op)                                                                                          \
     SIMPLE(stem##_RR_##kind, to_##kind(UB op UC))                                                                      \
     SIMPLE(stem##_RI_##kind, to_##kind(UB op IMM))
-#define ARITH5(stem, op) ARITH(stem, H, op) ARITH(stem, UH, op) ARITH(stem, W, op) ARITH(stem, UW, op) ARITH(stem, L, op)
+#define ARITH5(stem, op)                                                                                               \
+    ARITH(stem, H, op) ARITH(stem, UH, op) ARITH(stem, W, op) ARITH(stem, UW, op) ARITH(stem, L, op)
         ARITH5(ADD, +)
         ARITH5(SUB, -)
         ARITH5(MUL, *)
 #define SHIFT(kind)                                                                                                    \
     SIMPLE(SHL_RR_##kind, to_##kind(UC >= 64 ? 0 : UB << UC))                                                          \
     SIMPLE(SHL_RI_##kind, to_##kind(IMM >= 64 ? 0 : UB << IMM))
-        SHIFT(H) SHIFT(UH) SHIFT(W) SHIFT(UW) SHIFT(L)
-        SIMPLE(AND_RR, RB & RC)
-        SIMPLE(AND_RI, RB & pc->imm)
-        SIMPLE(OR_RR, RB | RC)
-        SIMPLE(OR_RI, RB | pc->imm)
-        SIMPLE(XOR_RR, RB ^ RC)
-        SIMPLE(XOR_RI, RB ^ pc->imm)
-        SIMPLE(SHR_S_RR, RB >> (UC >= 64 ? 63 : UC))
-        SIMPLE(SHR_S_RI, RB >> (IMM >= 64 ? 63 : IMM))
-        SIMPLE(SHR_UL_RR, static_cast<int64_t>(UC >= 64 ? 0 : UB >> UC))
-        SIMPLE(SHR_UL_RI, static_cast<int64_t>(IMM >= 64 ? 0 : UB >> IMM))
+        SHIFT(H)
+        SHIFT(UH)
+        SHIFT(W)
+        SHIFT(UW) SHIFT(L) SIMPLE(AND_RR, RB & RC) SIMPLE(AND_RI, RB & pc->imm) SIMPLE(OR_RR, RB | RC)
+            SIMPLE(OR_RI, RB | pc->imm) SIMPLE(XOR_RR, RB ^ RC) SIMPLE(XOR_RI, RB ^ pc->imm) SIMPLE(
+                SHR_S_RR, RB >> (UC >= 64 ? 63 : UC)) SIMPLE(SHR_S_RI, RB >> (IMM >= 64 ? 63 : IMM))
+                SIMPLE(SHR_UL_RR, static_cast<int64_t>(UC >= 64 ? 0 : UB >> UC)) SIMPLE(
+                    SHR_UL_RI, static_cast<int64_t>(IMM >= 64 ? 0 : UB >> IMM))
 
 #define DIVIDE(stem, kind, quotient)                                                                                   \
-    L_##stem##_##kind : if (RC == 0) trap("division by zero");                                                          \
-    RA = (quotient);                                                                                                    \
+    L_##stem##_##kind : if (RC == 0) trap("division by zero");                                                         \
+    RA = (quotient);                                                                                                   \
     NEXT();
-        DIVIDE(DIV, H, to_H(static_cast<uint64_t>(RB / RC)))
-        DIVIDE(DIV, W, to_W(static_cast<uint64_t>(RB / RC)))
-        DIVIDE(DIV, L, RC == -1 ? static_cast<int64_t>(-UB) : RB / RC)
-        DIVIDE(DIV, U, RB / RC)
-        DIVIDE(DIV, UL, static_cast<int64_t>(UB / UC))
-        DIVIDE(MOD, H, RB % RC)
-        DIVIDE(MOD, W, RB % RC)
-        DIVIDE(MOD, L, RC == -1 ? 0 : RB % RC)
-        DIVIDE(MOD, U, RB % RC)
-        DIVIDE(MOD, UL, static_cast<int64_t>(UB % UC))
+                    DIVIDE(DIV, H,
+                           to_H(static_cast<uint64_t>(RB / RC))) DIVIDE(DIV, W, to_W(static_cast<uint64_t>(RB / RC)))
+                        DIVIDE(DIV, L, RC == -1 ? static_cast<int64_t>(-UB) : RB / RC) DIVIDE(DIV, U, RB / RC) DIVIDE(
+                            DIV, UL, static_cast<int64_t>(UB / UC)) DIVIDE(MOD, H, RB % RC) DIVIDE(MOD, W, RB % RC)
+                            DIVIDE(MOD, L, RC == -1 ? 0 : RB % RC) DIVIDE(MOD, U, RB % RC)
+                                DIVIDE(MOD, UL, static_cast<int64_t>(UB % UC))
 
-        SIMPLE(NEG_H, to_H(-UB))
-        SIMPLE(NEG_UH, to_UH(-UB))
-        SIMPLE(NEG_W, to_W(-UB))
-        SIMPLE(NEG_UW, to_UW(-UB))
-        SIMPLE(NEG_L, to_L(-UB))
-        SIMPLE(NOT_S, ~RB)
-        SIMPLE(NOT_UH, to_UH(~UB))
-        SIMPLE(NOT_UW, to_UW(~UB))
-        SIMPLE(ABS_H, to_H(RB < 0 ? -UB : UB))
-        SIMPLE(ABS_W, to_W(RB < 0 ? -UB : UB))
-        SIMPLE(ABS_L, to_L(RB < 0 ? -UB : UB))
+                                    SIMPLE(NEG_H, to_H(-UB)) SIMPLE(NEG_UH, to_UH(-UB)) SIMPLE(NEG_W, to_W(-UB))
+                                        SIMPLE(NEG_UW, to_UW(-UB)) SIMPLE(NEG_L, to_L(-UB)) SIMPLE(NOT_S, ~RB)
+                                            SIMPLE(NOT_UH, to_UH(~UB)) SIMPLE(NOT_UW, to_UW(~UB)) SIMPLE(
+                                                ABS_H, to_H(RB < 0 ? -UB : UB)) SIMPLE(ABS_W, to_W(RB < 0 ? -UB : UB))
+                                                SIMPLE(ABS_L, to_L(RB < 0 ? -UB : UB))
 
 #define CHECKED(stem, builtin, kind, type)                                                                             \
     L_##stem##_##kind : {                                                                                              \
         type result;                                                                                                   \
-        if (builtin(static_cast<type>(RB), static_cast<type>(RC), &result)) trap("signed overflow");                     \
-        RA = result;                                                                                                    \
+        if (builtin(static_cast<type>(RB), static_cast<type>(RC), &result)) trap("signed overflow");                   \
+        RA = result;                                                                                                   \
         NEXT();                                                                                                        \
     }
 #define CHECKED3(stem, builtin)                                                                                        \
     CHECKED(stem, builtin, H, int16_t) CHECKED(stem, builtin, W, int32_t) CHECKED(stem, builtin, L, int64_t)
-        CHECKED3(ADDT, __builtin_add_overflow)
-        CHECKED3(SUBT, __builtin_sub_overflow)
-        CHECKED3(MULT, __builtin_mul_overflow)
+                                                    CHECKED3(ADDT, __builtin_add_overflow)
+                                                        CHECKED3(SUBT, __builtin_sub_overflow)
+                                                            CHECKED3(MULT, __builtin_mul_overflow)
 
 #define SIGNED_REL(rel, op)                                                                                            \
-    SIMPLE(rel##_RR, RB op RC)                                                                                           \
-    SIMPLE(rel##_RI, RB op pc->imm)                                                                                     \
-    L_J##rel##_RR : if (RA op RB) goto jump;                                                                             \
+    SIMPLE(rel##_RR, RB op RC)                                                                                         \
+    SIMPLE(rel##_RI, RB op pc->imm)                                                                                    \
+    L_J##rel##_RR : if (RA op RB) goto jump;                                                                           \
     NEXT();                                                                                                            \
-    L_J##rel##_RI : if (RA op int64_t{pc->x}) goto jump;                                                                \
+    L_J##rel##_RI : if (RA op int64_t{pc->x}) goto jump;                                                               \
     NEXT();
 #define UNSIGNED_REL(rel, op)                                                                                          \
     SIMPLE(rel##_RR, UB op UC)                                                                                         \
@@ -252,18 +240,12 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     NEXT();                                                                                                            \
     L_J##rel##_RI : if (UA op static_cast<uint64_t>(int64_t{pc->x})) goto jump;                                        \
     NEXT();
-        SIGNED_REL(EQ, ==)
-        SIGNED_REL(NE, !=)
-        SIGNED_REL(LT, <)
-        SIGNED_REL(LE, <=)
-        SIGNED_REL(GT, >)
-        SIGNED_REL(GE, >=)
-        UNSIGNED_REL(ULT, <)
-        UNSIGNED_REL(ULE, <=)
-        UNSIGNED_REL(UGT, >)
-        UNSIGNED_REL(UGE, >=)
-    L_JZ:
-        if (RA == 0) goto jump;
+                                                                SIGNED_REL(EQ, ==) SIGNED_REL(NE, !=) SIGNED_REL(LT, <)
+                                                                    SIGNED_REL(LE, <=) SIGNED_REL(GT, >)
+                                                                        SIGNED_REL(GE, >=) UNSIGNED_REL(ULT, <)
+                                                                            UNSIGNED_REL(ULE, <=) UNSIGNED_REL(UGT, >)
+                                                                                UNSIGNED_REL(UGE, >=) L_JZ
+            : if (RA == 0) goto jump;
         NEXT();
     L_JNZ:
         if (RA != 0) goto jump;
@@ -278,15 +260,15 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
 
 #define FLOATING(stem, expr_f, expr_d)                                                                                 \
     L_##stem##_F : {                                                                                                   \
-        const float b = as_float(RB), c = as_float(RC);                                                                  \
+        const float b = as_float(RB), c = as_float(RC);                                                                \
         (void)b, (void)c;                                                                                              \
-        RA = (expr_f);                                                                                                  \
+        RA = (expr_f);                                                                                                 \
         NEXT();                                                                                                        \
     }                                                                                                                  \
     L_##stem##_D : {                                                                                                   \
-        const double b = as_double(RB), c = as_double(RC);                                                               \
+        const double b = as_double(RB), c = as_double(RC);                                                             \
         (void)b, (void)c;                                                                                              \
-        RA = (expr_d);                                                                                                  \
+        RA = (expr_d);                                                                                                 \
         NEXT();                                                                                                        \
     }
 #define FLOAT_OP(stem, expr) FLOATING(stem, from_float(expr), from_double(expr))
@@ -322,13 +304,13 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
 #define TO_INTEGER(kind, type)                                                                                         \
     L_F_TO_##kind : {                                                                                                  \
         bool cut = false;                                                                                              \
-        RA = saturated<type>(as_float(RB), cut);                                                                         \
+        RA = saturated<type>(as_float(RB), cut);                                                                       \
         if (cut && options.strict) frames_.back().pc = pc, note_saturation();                                          \
         NEXT();                                                                                                        \
     }                                                                                                                  \
     L_D_TO_##kind : {                                                                                                  \
         bool cut = false;                                                                                              \
-        RA = saturated<type>(as_double(RB), cut);                                                                        \
+        RA = saturated<type>(as_double(RB), cut);                                                                      \
         if (cut && options.strict) frames_.back().pc = pc, note_saturation();                                          \
         NEXT();                                                                                                        \
     }
@@ -352,14 +334,14 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         if (__builtin_expect(at >= MEMORY::limit || !written(S + at, n), 0)) mem.bad_read(at, n);                      \
         type v;                                                                                                        \
         memcpy(&v, U + at, sizeof v);                                                                                  \
-        RA = static_cast<int64_t>(v);                                                                                   \
+        RA = static_cast<int64_t>(v);                                                                                  \
         NEXT();                                                                                                        \
     }
 #define STORE(kind, form, type, n)                                                                                     \
     L_ST_##kind##_##form : {                                                                                           \
         const ADDRESS at = EA_##form;                                                                                  \
         if (__builtin_expect(at >= MEMORY::limit || !writable(S + at, n), 0)) mem.bad_write(at, n);                    \
-        const type v = static_cast<type>(RA);                                                                           \
+        const type v = static_cast<type>(RA);                                                                          \
         memcpy(U + at, &v, sizeof v);                                                                                  \
         memset(S + at, UNIT_VALUE, n);                                                                                 \
         NEXT();                                                                                                        \
@@ -401,7 +383,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         memset(S + frame + static_cast<uint32_t>(pc->x), pc->a, static_cast<uint32_t>(pc->y));
         NEXT();
 
-    L_CALL_F: {
+    L_CALL_F : {
         const FUNCTION* f = program.functions[static_cast<uint32_t>(pc->x)].get();
         frames_.back().pc = pc;
         R += pc->a;
@@ -414,7 +396,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         frames_.back().pc = pc;
         program.functions[static_cast<uint32_t>(pc->x)]->handler(*this, R + pc->a);
         NEXT();
-    L_CALL_PTR: {
+    L_CALL_PTR : {
         frames_.back().pc = pc;
         const FUNCTION* f = callee_of(RB, program.signatures[static_cast<uint32_t>(pc->x)], R + pc->a);
         if (f->handler != nullptr) {
@@ -429,7 +411,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     }
     L_RET:
         R[0] = RA;
-    L_RET_VOID: {
+    L_RET_VOID : {
         const FRAME& done = frames_.back();
         if (done.function->frame_units != 0) {
             memory_top_ = done.memory;

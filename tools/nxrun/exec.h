@@ -13,9 +13,9 @@ struct TRAPPED {
 };
 
 struct VM_OPTIONS {
-    bool count = false;          // the program was compiled with counters
-    int64_t max_steps = 0;       // executed nodes; 0: no limit
-    bool strict = false;         // report conversions out of range
+    bool count = false;    // the program was compiled with counters
+    int64_t max_steps = 0; // executed nodes; 0: no limit
+    bool strict = false;   // report conversions out of range
 };
 
 class VM {
@@ -55,7 +55,7 @@ class VM {
   private:
     struct FRAME {
         const FUNCTION* function;
-        const INSN* pc;     // instruction that runs, or the call that is under way
+        const INSN* pc; // instruction that runs, or the call that is under way
         int64_t* slots;
         ADDRESS memory;
     };
@@ -71,11 +71,11 @@ class VM {
     void note_saturation();
     ADDRESS place_arguments(const std::vector<std::string>& args);
 
-    int64_t* slots_;                 // [slot_limit]
+    int64_t* slots_; // [slot_limit]
     std::vector<FRAME> frames_;
-    ADDRESS memory_top_;             // first unit of the stack that is not in use
-    std::vector<uint64_t> entered_;  // how often each block was entered
-    COUNTS dynamic_;                 // what only the run knows: lengths of block copies
+    ADDRESS memory_top_;            // first unit of the stack that is not in use
+    std::vector<uint64_t> entered_; // how often each block was entered
+    COUNTS dynamic_;                // what only the run knows: lengths of block copies
     int64_t steps_left_;
     int host_depth_ = 0;
     int notes_ = 0;

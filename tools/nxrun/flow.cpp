@@ -12,14 +12,15 @@ namespace {
 struct FLOW {
     const std::vector<INSN>& code;
     const std::vector<JUMP_TABLE>& tables;
-    std::vector<int> bit_of;            // by slot: number of the local among those checked, or -1
+    std::vector<int> bit_of; // by slot: number of the local among those checked, or -1
     size_t locals = 0, words = 0;
-    std::vector<uint32_t> starts;       // first instruction of each block
-    std::vector<uint32_t> block_at;     // by instruction
-    std::vector<uint64_t> in, out;      // by block, `words` words each: certainly written
+    std::vector<uint32_t> starts;   // first instruction of each block
+    std::vector<uint32_t> block_at; // by instruction
+    std::vector<uint64_t> in, out;  // by block, `words` words each: certainly written
     std::vector<std::vector<uint32_t>> successors;
 
-    FLOW(const std::vector<INSN>& c, const std::vector<JUMP_TABLE>& t, uint32_t slots) : code(c), tables(t), bit_of(slots, -1) {
+    FLOW(const std::vector<INSN>& c, const std::vector<JUMP_TABLE>& t, uint32_t slots)
+        : code(c), tables(t), bit_of(slots, -1) {
         for (const INSN& i : code)
             if (i.op == B_CHECK && bit_of[i.a] < 0) bit_of[i.a] = static_cast<int>(locals++);
         words = (locals + 63) / 64;

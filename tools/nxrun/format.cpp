@@ -115,7 +115,14 @@ class FORMATTER {
         case 'c': text(std::string(1, static_cast<char>(take32())), false); break;
         case 's': string_argument(); break;
         case 'p': pointer(); break;
-        case 'e': case 'E': case 'f': case 'F': case 'g': case 'G': case 'a': case 'A': {
+        case 'e':
+        case 'E':
+        case 'f':
+        case 'F':
+        case 'g':
+        case 'G':
+        case 'a':
+        case 'A': {
             const char format[] = {static_cast<char>(c), 0};
             print(format, std::bit_cast<double>(take64()));
             break;

@@ -166,7 +166,8 @@ FUNCTION_GEN::LOCAL* FUNCTION_GEN::local_of(const NODE* n) {
 FUNCTION_GEN::LVALUE FUNCTION_GEN::lvalue_of_name(NODE* n) {
     LVALUE lv;
     lv.kind = kind_of(n->type);
-    if (lv.kind == V_BAD || lv.kind == V_VOID) fail(std::string("'") + n->u.sym->name + "' used as a type without value");
+    if (lv.kind == V_BAD || lv.kind == V_VOID)
+        fail(std::string("'") + n->u.sym->name + "' used as a type without value");
     lv.units = units_of(n->type);
     LOCAL* local = local_of(n);
     if (local == nullptr) {
@@ -197,7 +198,8 @@ FUNCTION_GEN::LVALUE FUNCTION_GEN::member(NODE* n, PLACE object) {
     LVALUE lv;
     lv.place = object;
     lv.kind = kind_of(n->type);
-    if (lv.kind == V_BAD || lv.kind == V_VOID || lv.kind == V_FUNC) fail("member '" + m->name + "' of a type without value");
+    if (lv.kind == V_BAD || lv.kind == V_VOID || lv.kind == V_FUNC)
+        fail("member '" + m->name + "' of a type without value");
     lv.units = units_of(n->type);
     if (m->bit_offset < 0) fail("member '" + m->name + "' in front of its struct");
     if (m->is_bitfield) {
@@ -247,8 +249,8 @@ FUNCTION_GEN::LVALUE FUNCTION_GEN::lvalue(NODE* n) {
         break;
     }
     default:
-        if (kind_of(n->type) != V_BLOCK || (n->op != CALL && n->op != UCALL && n->op != STASG && n->op != ARASG &&
-                                            n->op != QUEST && n->op != STARG))
+        if (kind_of(n->type) != V_BLOCK ||
+            (n->op != CALL && n->op != UCALL && n->op != STASG && n->op != ARASG && n->op != QUEST && n->op != STARG))
             fail(std::string(opname(n->op)) + " where an object must stand");
         lv.kind = V_BLOCK;
         lv.units = units_of(n->type);
@@ -260,20 +262,24 @@ FUNCTION_GEN::LVALUE FUNCTION_GEN::lvalue(NODE* n) {
 
 // A struct, union or array: an lvalue, or what an expression of such a type yields.
 PLACE FUNCTION_GEN::place_of_object(NODE* n) {
+    if (++depth_ > max_depth) fail("expression nests too deeply");
+    PLACE p;
     switch (n->op) {
     case CALL:
-    case UCALL: return call_block(n);
+    case UCALL: p = call_block(n); break;
     case STASG:
-    case ARASG: return assign_block(n, true);
-    case QUEST: return place_of_choice(n);
+    case ARASG: p = assign_block(n); break;
+    case QUEST: p = place_of_choice(n); break;
     case STARG:
-    case ARGREF: return place_of_object(operand(n));
+    case ARGREF: p = place_of_object(operand(n)); break;
     default: {
         LVALUE lv = lvalue(n);
         if (lv.local != nullptr || lv.is_bits) fail("scalar where a struct must stand");
-        return lv.place;
+        p = lv.place;
     }
     }
+    --depth_;
+    return p;
 }
 
 PLACE FUNCTION_GEN::place_of_choice(NODE* n) {
@@ -378,7 +384,7 @@ void FUNCTION_GEN::copy_block(const PLACE& to, const PLACE& from, uint32_t units
     count(C_stores, (units + 1) / 2);
 }
 
-PLACE FUNCTION_GEN::assign_block(NODE* n, bool) {
+PLACE FUNCTION_GEN::assign_block(NODE* n) {
     count_node();
     NODE* left = operand(n);
     NODE* right = operand(n, true);
@@ -392,7 +398,7 @@ PLACE FUNCTION_GEN::assign_block(NODE* n, bool) {
     return to;
 }
 
-VALUE FUNCTION_GEN::block_copy_call(NODE* n, int want) {
+VALUE FUNCTION_GEN::block_copy_call(NODE* n) {
     std::vector<NODE*> items = list_items(operand(n));
     if (items.size() != 3) fail("MEMCPY without its three operands");
     VALUE to = in_slot(coerced(value(items[0]), V_UW, n));
@@ -408,6 +414,5 @@ VALUE FUNCTION_GEN::block_copy_call(NODE* n, int want) {
         length = convert(length, V_UW);
         emit(B_COPY_N, to.slot, from.slot, in_slot(length).slot);
     }
-    (void)want;
     return to;
 }

@@ -43,7 +43,8 @@ SIGNATURE FUNCTION_GEN::signature_of_site(NODE* n, const std::vector<NODE*>& arg
         s.variadic = f->vararg;
         fixed = f->params.size();
         if (args.size() < fixed || (args.size() > fixed && !s.variadic))
-            fail("call with " + std::to_string(args.size()) + " arguments of a function that takes " + std::to_string(fixed));
+            fail("call with " + std::to_string(args.size()) + " arguments of a function that takes " +
+                 std::to_string(fixed));
     } else if (uint32_t extra = n->op == CALL ? n->call_num_vargs() : 0; extra != 0) {
         if (extra > args.size()) fail("call with more extra arguments than arguments");
         s.variadic = true;
@@ -63,7 +64,8 @@ SIGNATURE FUNCTION_GEN::signature_of_site(NODE* n, const std::vector<NODE*>& arg
 
 void FUNCTION_GEN::argument_to(NODE* n, VKIND k, uint32_t units, int slot) {
     if (k != V_BLOCK) {
-        if (kind_of(n->type) == V_BLOCK && !n->type->is_array() && n->op != ARGREF) fail("struct passed where a scalar is taken");
+        if (kind_of(n->type) == V_BLOCK && !n->type->is_array() && n->op != ARGREF)
+            fail("struct passed where a scalar is taken");
         if (n->op == ARGREF && k == V_UW) {
             move_to(value(n, slot), slot);
             return;
@@ -71,7 +73,8 @@ void FUNCTION_GEN::argument_to(NODE* n, VKIND k, uint32_t units, int slot) {
         value_to(n, k, slot);
         return;
     }
-    if (kind_of(n->type) != V_BLOCK || units_of(n->type) != units) fail("struct argument of another size than is taken");
+    if (kind_of(n->type) != V_BLOCK || units_of(n->type) != units)
+        fail("struct argument of another size than is taken");
     count_node();
     PLACE from = place_of_object(n);
     PLACE copy;
@@ -87,7 +90,10 @@ uint32_t FUNCTION_GEN::pass_extras(const std::vector<NODE*>& args, size_t first)
     for (size_t i = first; i < args.size(); ++i) {
         VKIND k = kind_of(args[i]->type);
         if (k == V_BLOCK && args[i]->type->is_array()) k = V_UW;
-        units += (std::max<uint32_t>(k == V_BLOCK ? block_units(args[i]->type) : 2, is_scalar_kind(k) ? units_of_kind(k) : 2) + 1) & ~1u;
+        units += (std::max<uint32_t>(k == V_BLOCK ? block_units(args[i]->type) : 2,
+                                     is_scalar_kind(k) ? units_of_kind(k) : 2) +
+                  1) &
+                 ~1u;
     }
     uint32_t area = new_frame_object(units);
     uint32_t at = area;
@@ -129,7 +135,8 @@ VALUE FUNCTION_GEN::call_into(NODE* n, int want, uint32_t area) {
     std::vector<NODE*> args;
     if (n->op == CALL) args = list_items(operand(n, true));
     FUNCTION* direct = nullptr;
-    if (callee->op == UAND && operand(callee)->op == NAME && callee->left->u.sym != nullptr && callee->left->u.sym->level == 0)
+    if (callee->op == UAND && operand(callee)->op == NAME && callee->left->u.sym != nullptr &&
+        callee->left->u.sym->level == 0)
         direct = unit_.function_at(callee->left->u.sym);
     VKIND result = kind_of(n->type);
     bool known = direct != nullptr && (direct->defined || direct->handler != nullptr);
@@ -144,8 +151,8 @@ VALUE FUNCTION_GEN::call_into(NODE* n, int want, uint32_t area) {
     SIGNATURE s = known ? direct->signature : signature_of_site(n, args);
     if (known) {
         if (args.size() < s.params.size() || (args.size() > s.params.size() && !s.variadic))
-            return stop("call of '" + direct->name + "' with " + std::to_string(args.size()) + " arguments instead of " +
-                        std::to_string(s.params.size()));
+            return stop("call of '" + direct->name + "' with " + std::to_string(args.size()) +
+                        " arguments instead of " + std::to_string(s.params.size()));
         if ((result == V_BLOCK) != (s.result == V_BLOCK) || (result == V_BLOCK && units_of(n->type) != s.result_units))
             return stop("call of '" + direct->name + "' with another result type");
     }

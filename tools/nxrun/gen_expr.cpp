@@ -63,7 +63,10 @@ VALUE FUNCTION_GEN::convert(VALUE v, VKIND to, int want, bool to_bool) {
         return VALUE::in(t, to);
     }
     if (v.kind == to) return v;
-    if (v.constant) return VALUE::of(converted_constant(v.imm, v.kind, to), to);
+    // A floating value that does not fit is reported when it is met.
+    bool may_not_fit = is_float_kind(v.kind) && is_integer_kind(to);
+    if (v.constant && !may_not_fit) return VALUE::of(converted_constant(v.imm, v.kind, to), to);
+    v = in_slot(v);
     auto with = [&](int op) {
         int t = target();
         emit_op(op, t, v.slot, 0);
@@ -79,7 +82,8 @@ VALUE FUNCTION_GEN::convert(VALUE v, VKIND to, int want, bool to_bool) {
     if (to == V_D) return with(big ? B_UL_TO_D : B_L_TO_D);
     if (to == V_F) return with(big ? B_UL_TO_F : B_L_TO_F);
     // To 64 bits the value stays as it stands; to a kind that holds every value of the source as well.
-    bool keeps = to == V_L || to == V_UL || (v.kind == V_H && to == V_W) || (v.kind == V_UH && (to == V_W || to == V_UW));
+    bool keeps =
+        to == V_L || to == V_UL || (v.kind == V_H && to == V_W) || (v.kind == V_UH && (to == V_W || to == V_UW));
     if (keeps) return VALUE::in(v.slot, to);
     return with(B_TO_H + five(to));
 }
@@ -116,7 +120,8 @@ VALUE FUNCTION_GEN::scaled(NODE* n, int want) {
     NODE* size = operand(n, true);
     if (!is_integer_kind(k) || size->op != ICON) fail(std::string(opname(n->op)) + " without a constant size");
     int64_t bits = size->u.lval.to_i64();
-    if (bits % 16 != 0 || (bits == 0 && n->op == PVCONV)) fail(std::string(opname(n->op)) + " by a size that is no multiple of 16");
+    if (bits % 16 != 0 || (bits == 0 && n->op == PVCONV))
+        fail(std::string(opname(n->op)) + " by a size that is no multiple of 16");
     int64_t units = bits / 16;
     VALUE v = value(operand(n));
     if (is_float_kind(v.kind)) fail(std::string(opname(n->op)) + " of a floating value");
@@ -338,7 +343,8 @@ void FUNCTION_GEN::relation_jump(NODE* n, bool when, uint32_t target) {
     if (!when) op = boolean_inv[op];
     a = in_slot(a);
     if (b.constant && fits_32(b.imm)) {
-        jump(static_cast<BYTECODE>(B_JEQ_RI + relation_index(op)), a.slot, 0, static_cast<int32_t>(b.imm), target, true);
+        jump(static_cast<BYTECODE>(B_JEQ_RI + relation_index(op)), a.slot, 0, static_cast<int32_t>(b.imm), target,
+             true);
     } else {
         b = in_slot(b);
         jump(static_cast<BYTECODE>(B_JEQ_RR + relation_index(op)), a.slot, b.slot, 0, target, true);
@@ -369,7 +375,16 @@ void FUNCTION_GEN::condition(NODE* n, bool when, uint32_t target) {
         }
         break;
     }
-    case EQ: case NEQ: case LE: case LT: case GE: case GT: case ULE: case ULT: case UGE: case UGT:
+    case EQ:
+    case NEQ:
+    case LE:
+    case LT:
+    case GE:
+    case GT:
+    case ULE:
+    case ULT:
+    case UGE:
+    case UGT:
         count_node();
         relation_jump(n, when, target);
         break;
@@ -543,7 +558,8 @@ VALUE FUNCTION_GEN::constant_value(const NODE* n) {
     case FCON: {
         if (!is_float_kind(k)) fail("floating constant of another type");
         double d = strtod(const_cast<NODE*>(n)->fcon_value(), nullptr);
-        return VALUE::of(k == V_F ? int64_t{std::bit_cast<uint32_t>(static_cast<float>(d))} : std::bit_cast<int64_t>(d), k);
+        return VALUE::of(k == V_F ? int64_t{std::bit_cast<uint32_t>(static_cast<float>(d))} : std::bit_cast<int64_t>(d),
+                         k);
     }
     case SCON:
         if (k != V_UW) fail("string constant of another type than pointer");
@@ -582,12 +598,17 @@ void FUNCTION_GEN::release_above(int keep, VALUE& v) {
 
 VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
     switch (n->op) {
-    case ICON: case LCON: case FCON: case SCON: return constant_value(n);
+    case ICON:
+    case LCON:
+    case FCON:
+    case SCON: return constant_value(n);
     case NAME:
         if (n->u.sym != nullptr && n->u.sym->level == 0 && unit_.global_of(n->u.sym).function != nullptr)
             return VALUE::of(unit_.global_of(n->u.sym).at, V_UW);
         [[fallthrough]];
-    case UMULT: case STDOT: case STREF:
+    case UMULT:
+    case STDOT:
+    case STREF:
         // A function is its address: *f is f.
         if (n->op == UMULT && kind_of(n->type) == V_FUNC) return value(operand(n), want);
         return load(lvalue(n), want);
@@ -601,11 +622,32 @@ VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
         if (lv.local != nullptr || lv.is_bits) fail("address of what has none");
         return address_value(lv.place, want);
     }
-    case PLUS: case MINUS: case MULT: case DIV: case MOD: case ANDB: case ORB: case XORB: case SLL: case SRL:
-        return arithmetic(n, want);
-    case UMINUS: case NOTB: case ABS: case SQR: case SQRT: case RECIP: return unary(n, want);
-    case EQ: case NEQ: case LE: case LT: case GE: case GT: case ULE: case ULT: case UGE: case UGT:
-        return relation(n, want);
+    case PLUS:
+    case MINUS:
+    case MULT:
+    case DIV:
+    case MOD:
+    case ANDB:
+    case ORB:
+    case XORB:
+    case SLL:
+    case SRL: return arithmetic(n, want);
+    case UMINUS:
+    case NOTB:
+    case ABS:
+    case SQR:
+    case SQRT:
+    case RECIP: return unary(n, want);
+    case EQ:
+    case NEQ:
+    case LE:
+    case LT:
+    case GE:
+    case GT:
+    case ULE:
+    case ULT:
+    case UGE:
+    case UGT: return relation(n, want);
     case EXCLAIM: {
         VKIND k = scalar_kind(n);
         VALUE a = value(operand(n));
@@ -614,16 +656,31 @@ VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
         VALUE zero = VALUE::of(0, a.kind);
         return coerced(compare(EQ, a, zero, k == V_W ? want : no_slot, n), k, n, want);
     }
-    case ANDAND: case OROR: return truth_value(n, want);
+    case ANDAND:
+    case OROR: return truth_value(n, want);
     case QUEST: return choice(n, want);
-    case SCONV: case PCONV: case ACONV: return conversion(n, want);
-    case TOIEEE: case FRIEEE: return coerced(value(operand(n)), scalar_kind(n), n, want);
-    case PMCONV: case PVCONV: return scaled(n, want);
+    case SCONV:
+    case PCONV:
+    case ACONV: return conversion(n, want);
+    case TOIEEE:
+    case FRIEEE: return coerced(value(operand(n)), scalar_kind(n), n, want);
+    case PMCONV:
+    case PVCONV: return scaled(n, want);
     case ASG: return assign(n, true, want);
-    case PLUSASG: case MINUSASG: case MULTASG: case DIVASG: case MODASG: case ANDBASG: case ORBASG: case XORBASG:
-    case SLLASG: case SRLASG: return op_assign(n, true, want);
-    case PLUSPLUS: case MINMIN: return post_step(n, true, want);
-    case STASG: case ARASG: return address_value(assign_block(n, true), want);
+    case PLUSASG:
+    case MINUSASG:
+    case MULTASG:
+    case DIVASG:
+    case MODASG:
+    case ANDBASG:
+    case ORBASG:
+    case XORBASG:
+    case SLLASG:
+    case SRLASG: return op_assign(n, true, want);
+    case PLUSPLUS:
+    case MINMIN: return post_step(n, true, want);
+    case STASG:
+    case ARASG: return address_value(assign_block(n), want);
     case STARG: return address_value(place_of_object(operand(n)), want);
     case COMMAOP:
         for (; n->op == COMMAOP; n = operand(n, true)) effect(operand(n));
@@ -632,14 +689,27 @@ VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
         effect(operand(n));
         effect(operand(n, true));
         return VALUE::of(0, V_W);
-    case CALL: case UCALL: return call(n, want);
-    case MEMCPY: return block_copy_call(n, want);
-    case ICALL: case UICALL: case MCALL: case UMCALL: return builtin(n, want);
-    case EPVAL: case DDNODE: case ASSERT: return value(operand(n), want);
+    case CALL:
+    case UCALL: return call(n, want);
+    case MEMCPY: return block_copy_call(n);
+    case ICALL:
+    case UICALL:
+    case MCALL:
+    case UMCALL: return builtin(n, want);
+    case EPVAL:
+    case DDNODE:
+    case ASSERT: return value(operand(n), want);
     case NASSERT: effect(n); return VALUE::of(1, V_W);
     case NOP: return VALUE::of(0, V_W);
-    case STFIELD: case VPACK: case VPACKM: case VPACK1P: case VFIELD: case VRCONV: case COMPLEX: case REAL: case IMAG:
-        return stop(std::string("opcode ") + node_operator_name[n->op] + " is not supported");
+    case STFIELD:
+    case VPACK:
+    case VPACKM:
+    case VPACK1P:
+    case VFIELD:
+    case VRCONV:
+    case COMPLEX:
+    case REAL:
+    case IMAG: return stop(std::string("opcode ") + node_operator_name[n->op] + " is not supported");
     default: fail(std::string(opname(n->op)) + " (" + std::to_string(n->op) + ") where a value must stand");
     }
 }

@@ -148,7 +148,8 @@ void FUNCTION_GEN::prepare_locals() {
             bool area = s->sclass == SC_PARM_VARARGS;
             if (!area && !is_scalar_kind(local.kind) && local.kind != V_BLOCK)
                 fail(std::string("local '") + s->name + "' of a type that is not supported");
-            if (list == &source_.locals && (s->sclass == SC_EXTERN_DEF || s->sclass == SC_STATIC || s->sclass == SC_EXTERN_DECL))
+            if (list == &source_.locals &&
+                (s->sclass == SC_EXTERN_DEF || s->sclass == SC_STATIC || s->sclass == SC_EXTERN_DECL))
                 fail(std::string("local '") + s->name + "' of a storage class that no local has");
             locals_.push_back(local);
         }
@@ -167,7 +168,8 @@ void FUNCTION_GEN::scan_tree(NODE* root, STATEMENT& s) {
         // What stands under an operator that needs an address; conversions of the operand change nothing.
         if (n->op == UAND || n->op == ARGREF) {
             NODE* of = n->left;
-            while (of != nullptr && (of->op == EPVAL || of->op == DDNODE || of->op == COMMAOP)) of = of->op == COMMAOP ? of->right : of->left;
+            while (of != nullptr && (of->op == EPVAL || of->op == DDNODE || of->op == COMMAOP))
+                of = of->op == COMMAOP ? of->right : of->left;
             if (is_local(of)) locals_[of->u.sym->word[0]].address_taken = true;
         }
         if ((n->op == STDOT || n->op == STARG) && is_local(n->left)) locals_[n->left->u.sym->word[0]].in_memory = true;
@@ -216,8 +218,7 @@ void FUNCTION_GEN::place_locals() {
         if (units > max_frame || frame_locals_ + units + 2 * gap > max_frame) fail("frame too large");
         l.where = LOCAL::IN_FRAME;
         l.frame_at = frame_locals_;
-        out_.frame_state.resize(frame_locals_ + units, UNIT_FREE);
-        std::fill(out_.frame_state.end() - static_cast<ptrdiff_t>(units), out_.frame_state.end(), UNIT_WRITABLE);
+        out_.frame_objects.emplace_back(frame_locals_, units);
         frame_locals_ = (frame_locals_ + units + gap + 3) & ~3u;
     };
     size_t params = source_.params.size();
@@ -260,7 +261,8 @@ uint32_t FUNCTION_GEN::label_of(const NODE* n) {
     if (n == nullptr || n->op != LABEL) fail("jump without label");
     uint32_t number = static_cast<uint32_t>(n->label_id());
     auto it = source_labels_.find(number);
-    if (it == source_labels_.end()) fail("jump to label " + std::to_string(number) + ", which the function does not define");
+    if (it == source_labels_.end())
+        fail("jump to label " + std::to_string(number) + ", which the function does not define");
     return it->second;
 }
 
@@ -371,7 +373,8 @@ void FUNCTION_GEN::return_statement(NODE* n) {
         count(C_returns);
         emit(B_RET_VOID);
     } else {
-        if (kind_of(result->type) == V_BLOCK && !result->type->is_array()) fail("RETURN of another type than the function's");
+        if (kind_of(result->type) == V_BLOCK && !result->type->is_array())
+            fail("RETURN of another type than the function's");
         VALUE v = in_slot(coerced(value(result), s.result, n));
         count(C_returns);
         emit(B_RET, v.slot);
@@ -396,11 +399,30 @@ void FUNCTION_GEN::effect(NODE* n) {
             continue;
         }
         switch (n->op) {
-        case ASG: count_node(); assign(n, false, no_slot); break;
-        case PLUSASG: case MINUSASG: case MULTASG: case DIVASG: case MODASG: case ANDBASG: case ORBASG: case XORBASG:
-        case SLLASG: case SRLASG: count_node(); op_assign(n, false, no_slot); break;
-        case PLUSPLUS: case MINMIN: count_node(); post_step(n, false, no_slot); break;
-        case STASG: case ARASG: assign_block(n, false); break;
+        case ASG:
+            count_node();
+            assign(n, false, no_slot);
+            break;
+        case PLUSASG:
+        case MINUSASG:
+        case MULTASG:
+        case DIVASG:
+        case MODASG:
+        case ANDBASG:
+        case ORBASG:
+        case XORBASG:
+        case SLLASG:
+        case SRLASG:
+            count_node();
+            op_assign(n, false, no_slot);
+            break;
+        case PLUSPLUS:
+        case MINMIN:
+            count_node();
+            post_step(n, false, no_slot);
+            break;
+        case STASG:
+        case ARASG: assign_block(n); break;
         case NOP: break;
         case NASSERT:
             if (unit_.options.check_asserts) {
@@ -410,13 +432,16 @@ void FUNCTION_GEN::effect(NODE* n) {
                 bind(holds);
             }
             break;
-        case NAME: case STDOT: case STREF: case UMULT:
+        case NAME:
+        case STDOT:
+        case STREF:
+        case UMULT:
             // A struct whose value nobody takes; a scalar is read, as it may be volatile.
-            if (kind_of(n->type) == V_BLOCK || kind_of(n->type) == V_VOID || kind_of(n->type) == V_FUNC)
-                break;
+            if (kind_of(n->type) == V_BLOCK || kind_of(n->type) == V_VOID || kind_of(n->type) == V_FUNC) break;
             value(n);
             break;
-        case CALL: case UCALL:
+        case CALL:
+        case UCALL:
             count_node();
             if (kind_of(n->type) == V_BLOCK)
                 call_block(n);
@@ -456,8 +481,14 @@ size_t FUNCTION_GEN::tree_statement(NODE* n, size_t at) {
         count_node();
         end_loop_statement(n);
         break;
-    case LABEL: case FIELD: case COLON: case COMMA: case CASE: case DEFAULT: case SKIP: case ENDINIT:
-        fail(std::string(opname(n->op)) + " as a statement");
+    case LABEL:
+    case FIELD:
+    case COLON:
+    case COMMA:
+    case CASE:
+    case DEFAULT:
+    case SKIP:
+    case ENDINIT: fail(std::string(opname(n->op)) + " as a statement");
     default: effect(n);
     }
     return at;
@@ -557,7 +588,6 @@ void FUNCTION_GEN::finish() {
     out_.slots = slots + 1;
     out_.frame_units = (most_frame_ + 15) & ~15u;
     if (most_frame_ != 0) out_.frame_units += MEMORY::gap;
-    out_.frame_state.resize(out_.frame_units, UNIT_FREE);
     out_.code = std::move(code_);
     out_.position_of = std::move(position_of_);
 }

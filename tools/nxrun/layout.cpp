@@ -65,7 +65,8 @@ namespace {
 template <typename T> int64_t cut_to(double v) {
     if (std::isnan(v)) return 0;
     v = std::trunc(v);
-    if (v < static_cast<double>(std::numeric_limits<T>::min())) return static_cast<int64_t>(std::numeric_limits<T>::min());
+    if (v < static_cast<double>(std::numeric_limits<T>::min()))
+        return static_cast<int64_t>(std::numeric_limits<T>::min());
     if (v >= std::ldexp(1.0, std::numeric_limits<T>::digits))
         return static_cast<int64_t>(std::numeric_limits<T>::max());
     return static_cast<int64_t>(static_cast<T>(v));
@@ -93,8 +94,12 @@ int64_t converted_constant(int64_t value, VKIND from, VKIND to) {
         return integer_of_float(d, to);
     }
     bool big = from == V_UL;
-    if (to == V_D) return std::bit_cast<int64_t>(big ? static_cast<double>(static_cast<uint64_t>(value)) : static_cast<double>(value));
-    if (to == V_F) return std::bit_cast<uint32_t>(big ? static_cast<float>(static_cast<uint64_t>(value)) : static_cast<float>(value));
+    if (to == V_D)
+        return std::bit_cast<int64_t>(big ? static_cast<double>(static_cast<uint64_t>(value))
+                                          : static_cast<double>(value));
+    if (to == V_F)
+        return std::bit_cast<uint32_t>(big ? static_cast<float>(static_cast<uint64_t>(value))
+                                           : static_cast<float>(value));
     return normalized(value, to);
 }
 
@@ -152,7 +157,8 @@ SIGNATURE PROGRAM_GEN::signature_of_definition(const SOURCE_FUNCTION& f) {
             continue;
         }
         VKIND k = kind_of(p->otype);
-        if (!is_scalar_kind(k) && k != V_BLOCK) fail(name, std::string("type of parameter '") + p->name + "' is not supported");
+        if (!is_scalar_kind(k) && k != V_BLOCK)
+            fail(name, std::string("type of parameter '") + p->name + "' is not supported");
         s.params.push_back(k);
         s.param_units.push_back(k == V_BLOCK ? units_of(p->otype) : 0);
     }
@@ -195,9 +201,8 @@ void PROGRAM_GEN::declare_object(SYMTAB* s) {
     g.at = mem.new_static(std::max(units, 2u), align, name);
     objects_by_name_.emplace(name, g.at);
     // The library's own objects. A stream is the address of an object that nobody looks into.
-    const std::pair<const char*, ADDRESS*> streams[] = {{"stdin", &program.stdin_handle},
-                                                        {"stdout", &program.stdout_handle},
-                                                        {"stderr", &program.stderr_handle}};
+    const std::pair<const char*, ADDRESS*> streams[] = {
+        {"stdin", &program.stdin_handle}, {"stdout", &program.stdout_handle}, {"stderr", &program.stderr_handle}};
     for (auto& [stream, handle] : streams)
         if (name == stream && units == 2) {
             *handle = mem.new_static(2, 2, name);
@@ -253,7 +258,8 @@ int64_t PROGRAM_GEN::static_address(const NODE* n, const std::string& where, int
     if (n == nullptr || depth > 100) fail(where, "initialiser nests too deeply");
     switch (n->op) {
     case NAME:
-        if (n->u.sym == nullptr || n->u.sym->level != 0) fail(where, "initialiser with the address of what is no global");
+        if (n->u.sym == nullptr || n->u.sym->level != 0)
+            fail(where, "initialiser with the address of what is no global");
         return globals_[n->u.sym->word[0]].at;
     case STDOT:
         if (n->right == nullptr || n->right->op != FIELD || n->right->mval == nullptr || n->right->mval->is_bitfield)

@@ -99,11 +99,16 @@ class SCANNER {
         int longs = 0, shorts = 0;
         for (;; ++at_) {
             uint16_t c = mem_.read16(at_);
-            if (c == 'l') ++longs;
-            else if (c == 'h') ++shorts;
-            else if (c == 'j') longs = 2;
-            else if (c == 'L') longs = 1;
-            else if (c != 'z' && c != 't') break;
+            if (c == 'l')
+                ++longs;
+            else if (c == 'h')
+                ++shorts;
+            else if (c == 'j')
+                longs = 2;
+            else if (c == 'L')
+                longs = 1;
+            else if (c != 'z' && c != 't')
+                break;
         }
         uint16_t c = mem_.read16(at_);
         if (c != 'c' && c != '[' && c != 'n') skip_space();
@@ -115,7 +120,14 @@ class SCANNER {
         case 'x':
         case 'X':
         case 'p': return integer(16, drop, longs, shorts);
-        case 'e': case 'f': case 'g': case 'a': case 'E': case 'F': case 'G': case 'A': return floating(drop, longs != 0);
+        case 'e':
+        case 'f':
+        case 'g':
+        case 'a':
+        case 'E':
+        case 'F':
+        case 'G':
+        case 'A': return floating(drop, longs != 0);
         case 'c': {
             if (!has_width) width_ = 1;
             std::string text = gather([](const std::string&, int) { return true; });
@@ -156,8 +168,8 @@ class SCANNER {
         });
         char* end = nullptr;
         bool negative = !text.empty() && text[0] == '-';
-        uint64_t v = negative ? static_cast<uint64_t>(strtoll(text.c_str(), &end, base))
-                              : strtoull(text.c_str(), &end, base);
+        uint64_t v =
+            negative ? static_cast<uint64_t>(strtoll(text.c_str(), &end, base)) : strtoull(text.c_str(), &end, base);
         if (end == text.c_str()) return false;
         if (!drop) store(v, shorts != 0 ? 1 : longs > 1 ? 4 : 2);
         return true;
@@ -166,7 +178,8 @@ class SCANNER {
     bool floating(bool drop, bool is_double) {
         std::string text = gather([](const std::string& so_far, int c) {
             if ((c >= '0' && c <= '9') || c == '.') return true;
-            if (c == '+' || c == '-') return so_far.empty() || (so_far.back() | 32) == 'e' || (so_far.back() | 32) == 'p';
+            if (c == '+' || c == '-')
+                return so_far.empty() || (so_far.back() | 32) == 'e' || (so_far.back() | 32) == 'p';
             int lower = c | 32;
             return (lower >= 'a' && lower <= 'f') || lower == 'x' || lower == 'p' || lower == 'i' || lower == 'n' ||
                    lower == 't' || lower == 'y';
@@ -198,7 +211,8 @@ class SCANNER {
             }
             for (int k = c; k <= to && k < 256; ++k) in[static_cast<size_t>(k)] = true;
         }
-        std::string text = gather([&](const std::string&, int c) { return in[static_cast<size_t>(c & 0xFF)] != invert; });
+        std::string text =
+            gather([&](const std::string&, int c) { return in[static_cast<size_t>(c & 0xFF)] != invert; });
         if (text.empty()) return false;
         if (!drop) store_text(text, true);
         return true;
@@ -216,8 +230,9 @@ class SCANNER {
 } // namespace
 
 void lib_scanf(VM& vm, int64_t* a) {
-    SCANNER s(vm, static_cast<ADDRESS>(a[0]), static_cast<ADDRESS>(a[1]), [&] { return vm.read_char(); },
-              [&](int c) { vm.unread_char(c); });
+    SCANNER s(
+        vm, static_cast<ADDRESS>(a[0]), static_cast<ADDRESS>(a[1]), [&] { return vm.read_char(); },
+        [&](int c) { vm.unread_char(c); });
     a[0] = s.run();
 }
 

@@ -129,7 +129,8 @@ PARSED parse_integer(MEMORY& m, ADDRESS text, int base) {
     for (;; ++p) {
         int v = digit_value(m.read16(p));
         if (v >= base) return r;
-        unsigned __int128 next = static_cast<unsigned __int128>(r.magnitude) * static_cast<unsigned>(base) + static_cast<unsigned>(v);
+        unsigned __int128 next =
+            static_cast<unsigned __int128>(r.magnitude) * static_cast<unsigned>(base) + static_cast<unsigned>(v);
         if (next > UINT64_MAX) r.overflow = true;
         r.magnitude = static_cast<uint64_t>(next);
         r.end = p + 1;
@@ -184,9 +185,13 @@ void lib_atoi(VM& vm, int64_t* a) {
 void lib_atol(VM& vm, int64_t* a) { lib_atoi(vm, a); }
 void lib_atoll(VM& vm, int64_t* a) { a[0] = as_signed(vm, parse_integer(vm.mem, at(a[0]), 10), INT64_MIN, INT64_MAX); }
 void lib_strtol(VM& vm, int64_t* a) { a[0] = as_signed(vm, parse_argument(vm, a), INT32_MIN, INT32_MAX); }
-void lib_strtoul(VM& vm, int64_t* a) { a[0] = static_cast<int64_t>(as_unsigned(vm, parse_argument(vm, a), UINT32_MAX)); }
+void lib_strtoul(VM& vm, int64_t* a) {
+    a[0] = static_cast<int64_t>(as_unsigned(vm, parse_argument(vm, a), UINT32_MAX));
+}
 void lib_strtoll(VM& vm, int64_t* a) { a[0] = as_signed(vm, parse_argument(vm, a), INT64_MIN, INT64_MAX); }
-void lib_strtoull(VM& vm, int64_t* a) { a[0] = static_cast<int64_t>(as_unsigned(vm, parse_argument(vm, a), UINT64_MAX)); }
+void lib_strtoull(VM& vm, int64_t* a) {
+    a[0] = static_cast<int64_t>(as_unsigned(vm, parse_argument(vm, a), UINT64_MAX));
+}
 void lib_atof(VM& vm, int64_t* a) {
     ADDRESS end;
     a[0] = std::bit_cast<int64_t>(parse_double(vm, at(a[0]), end));

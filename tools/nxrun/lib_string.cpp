@@ -89,9 +89,7 @@ void lib_strncpy(VM& vm, int64_t* a) {
     vm.mem.copy(at(a[0]), at(a[1]), n);
     for (; n < most; ++n) vm.mem.write16(at(a[0]) + n, 0);
 }
-void lib_strcat(VM& vm, int64_t* a) {
-    copy_text(vm.mem, at(a[0]) + vm.mem.text_length(at(a[0])), at(a[1]));
-}
+void lib_strcat(VM& vm, int64_t* a) { copy_text(vm.mem, at(a[0]) + vm.mem.text_length(at(a[0])), at(a[1])); }
 void lib_strncat(VM& vm, int64_t* a) {
     ADDRESS end = at(a[0]) + vm.mem.text_length(at(a[0]));
     uint32_t n = length_within(vm.mem, at(a[1]), static_cast<uint32_t>(a[2]));
@@ -100,9 +98,7 @@ void lib_strncat(VM& vm, int64_t* a) {
 }
 void lib_strcmp(VM& vm, int64_t* a) { a[0] = compare_texts(vm.mem, at(a[0]), at(a[1]), UINT32_MAX); }
 void lib_strcoll(VM& vm, int64_t* a) { lib_strcmp(vm, a); }
-void lib_strncmp(VM& vm, int64_t* a) {
-    a[0] = compare_texts(vm.mem, at(a[0]), at(a[1]), static_cast<uint32_t>(a[2]));
-}
+void lib_strncmp(VM& vm, int64_t* a) { a[0] = compare_texts(vm.mem, at(a[0]), at(a[1]), static_cast<uint32_t>(a[2])); }
 void lib_strchr(VM& vm, int64_t* a) {
     for (ADDRESS p = at(a[0]);; ++p) {
         uint16_t c = vm.mem.read16(p);

@@ -13,13 +13,16 @@ struct LOADER final : IF_CLIENT {
     std::string name;
 
     [[noreturn]] void fail(const std::string& what) {
-        throw BAD_FILE{name + ": " + what + (file != nullptr ? " at offset " + std::to_string(file->record_start) : "")};
+        throw BAD_FILE{name + ": " + what +
+                       (file != nullptr ? " at offset " + std::to_string(file->record_start) : "")};
     }
 
-    SYMTAB* cl_symbol_create(const char* sym_name, TYPE* type, TYPE* type2, uint32_t size, uint32_t aln, uint32_t offset,
-                             uint8_t sclass, uint16_t scqual, PSN* psn, uint32_t position, uint32_t set) override {
+    SYMTAB* cl_symbol_create(const char* sym_name, TYPE* type, TYPE* type2, uint32_t size, uint32_t aln,
+                             uint32_t offset, uint8_t sclass, uint16_t scqual, PSN* psn, uint32_t position,
+                             uint32_t set) override {
         if (type == nullptr) fail(std::string("symbol '") + sym_name + "' without type");
-        if (!type->is_func() && type->size() != size) fail(std::string("symbol '") + sym_name + "' has not its type's size");
+        if (!type->is_func() && type->size() != size)
+            fail(std::string("symbol '") + sym_name + "' has not its type's size");
         SYMTAB* sym = new SYMTAB(sym_name, size, offset, sclass, scqual, type, type, aln, psn, static_cast<int>(set));
         sym->type2 = type2;
         sym->file_position = position;

@@ -73,7 +73,8 @@ int main(int argc, char** argv) {
         } else if (has_prefix(arg, "--max-steps=", rest)) {
             char* end = nullptr;
             options.max_steps = strtoll(rest, &end, 10);
-            if (*rest == 0 || *end != 0 || options.max_steps <= 0) return bad_usage("--max-steps wants a positive number");
+            if (*rest == 0 || *end != 0 || options.max_steps <= 0)
+                return bad_usage("--max-steps wants a positive number");
         } else if (strcmp(arg, "--check-asserts") == 0) {
             options.check_asserts = true;
         } else if (strcmp(arg, "--strict") == 0) {

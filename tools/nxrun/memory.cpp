@@ -45,9 +45,15 @@ void MEMORY::begin_run() {
 uint32_t MEMORY::size_class(uint64_t size, uint32_t& rounded) const {
     uint32_t cls = 0;
     for (uint64_t step = 8; cls < size_classes; step *= 2) {
-        if (size <= step) { rounded = uint32_t(step); return cls; }
+        if (size <= step) {
+            rounded = uint32_t(step);
+            return cls;
+        }
         ++cls;
-        if (size <= step + step / 2) { rounded = uint32_t(step + step / 2); return cls; }
+        if (size <= step + step / 2) {
+            rounded = uint32_t(step + step / 2);
+            return cls;
+        }
         ++cls;
     }
     return size_classes;
@@ -170,8 +176,8 @@ std::string MEMORY::place(ADDRESS at) {
 
 const MEMORY::OBJECT* MEMORY::static_before(ADDRESS at) {
     if (at >= stack_begin_) return nullptr;
-    auto it = std::upper_bound(statics_.begin(), statics_.end(), at,
-                               [](ADDRESS a, const OBJECT& o) { return a < o.at; });
+    auto it =
+        std::upper_bound(statics_.begin(), statics_.end(), at, [](ADDRESS a, const OBJECT& o) { return a < o.at; });
     return it == statics_.begin() ? nullptr : &*--it;
 }
 

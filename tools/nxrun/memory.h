@@ -30,20 +30,20 @@ enum UNIT_STATE : uint8_t {
 
 class MEMORY {
   public:
-    static constexpr ADDRESS null_zone = 0x1000;          // an access below this is reported as one through null
-    static constexpr ADDRESS limit = ADDRESS{1} << 28;    // addresses at and above are never accessible
+    static constexpr ADDRESS null_zone = 0x1000;       // an access below this is reported as one through null
+    static constexpr ADDRESS limit = ADDRESS{1} << 28; // addresses at and above are never accessible
     static constexpr ADDRESS stack_units = ADDRESS{1} << 24;
-    static constexpr ADDRESS function_base = 0xF0000000;  // addresses of functions, function_step apart
+    static constexpr ADDRESS function_base = 0xF0000000; // addresses of functions, function_step apart
     static constexpr ADDRESS function_step = 4;
-    static constexpr uint32_t gap = 16;                   // unused units between objects, at least
+    static constexpr uint32_t gap = 16; // unused units between objects, at least
 
     MEMORY();
     ~MEMORY();
     MEMORY(const MEMORY&) = delete;
     MEMORY& operator=(const MEMORY&) = delete;
 
-    uint16_t* units;  // [limit + slack]
-    uint8_t* state;   // [limit + slack], UNIT_STATE
+    uint16_t* units; // [limit + slack]
+    uint8_t* state;  // [limit + slack], UNIT_STATE
 
     // Static storage: a new object of `size` units, in use, not written; throws BAD_FILE when there is no room.
     ADDRESS new_static(uint64_t size, uint32_t align_units, const std::string& name);
@@ -96,7 +96,8 @@ class MEMORY {
     uint64_t read_n(ADDRESS at, uint32_t n);
     static constexpr uint32_t slack = 64;
     static constexpr uint32_t size_classes = 48;
-    static constexpr size_t keep_freed = 64; // freed blocks of a size class that stay out of use, so that late uses trap
+    static constexpr size_t keep_freed =
+        64; // freed blocks of a size class that stay out of use, so that late uses trap
 
     uint32_t size_class(uint64_t size, uint32_t& rounded) const;
 

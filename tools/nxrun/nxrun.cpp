@@ -16,8 +16,12 @@ void run_program(PROGRAM& program, MEMORY& memory, const RUN_OPTIONS& options, R
     VM vm(program, memory, vm_options);
     size_t read = 0;
     if (options.capture) {
-        vm.on_output = [&](int stream, const char* text, size_t n) { (stream == 2 ? result.errors : result.output).append(text, n); };
-        vm.on_input = [&] { return read < options.input.size() ? static_cast<unsigned char>(options.input[read++]) : -1; };
+        vm.on_output = [&](int stream, const char* text, size_t n) {
+            (stream == 2 ? result.errors : result.output).append(text, n);
+        };
+        vm.on_input = [&] {
+            return read < options.input.size() ? static_cast<unsigned char>(options.input[read++]) : -1;
+        };
     }
     auto trapped = [&](const std::string& message) {
         result.how = RUN_RESULT::TRAPPED_;
@@ -26,9 +30,7 @@ void run_program(PROGRAM& program, MEMORY& memory, const RUN_OPTIONS& options, R
     };
     try {
         result.status = vm.run_main(options.args);
-    } catch (const TRAPPED& t) {
-        trapped(t.text);
-    } catch (const TRAP& t) {
+    } catch (const TRAPPED& t) { trapped(t.text); } catch (const TRAP& t) {
         trapped(t.cause);
     }
     if (vm.write_error != 0 && result.how == RUN_RESULT::RAN) trapped("standard output cannot be written");
@@ -71,9 +73,8 @@ RUN_RESULT run_icode_file(const std::string& path, const RUN_OPTIONS& options) {
 RUN_RESULT run_icode(const void* bytes, size_t size, const std::string& name, const RUN_OPTIONS& options) {
     return run_loaded(
         [&] {
-            FILE* stream = tmpfile();
-            if (stream == nullptr || fwrite(bytes, 1, size, stream) != size) throw BAD_FILE{name + ": no temporary file"};
-            rewind(stream);
+            FILE* stream = size != 0 ? fmemopen(const_cast<void*>(bytes), size, "rb") : nullptr;
+            if (stream == nullptr) throw BAD_FILE{name + ": empty, or not enough memory"};
             return load_unit(stream, name);
         },
         name, options);

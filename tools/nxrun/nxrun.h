@@ -9,21 +9,21 @@
 #include <vector>
 
 struct RUN_OPTIONS {
-    bool count = false;          // fill RUN_RESULT::counts
-    int64_t max_steps = 0;       // executed tree nodes; 0: no limit
-    bool check_asserts = false;  // evaluate NASSERTs; a false one is a trap
-    bool strict = false;         // differing operand types are an error; float conversions out of range are reported
-    bool trap_overflow = false;  // signed overflow is a trap
-    bool capture = false;        // output goes to RUN_RESULT, and standard input is `input`
+    bool count = false;         // fill RUN_RESULT::counts
+    int64_t max_steps = 0;      // executed tree nodes; 0: no limit
+    bool check_asserts = false; // evaluate NASSERTs; a false one is a trap
+    bool strict = false;        // differing operand types are an error; float conversions out of range are reported
+    bool trap_overflow = false; // signed overflow is a trap
+    bool capture = false;       // output goes to RUN_RESULT, and standard input is `input`
     std::string input;
     std::vector<std::string> args; // the program's arguments; the first is its name
 };
 
 struct RUN_RESULT {
     enum HOW { RAN, BAD, TRAPPED_ } how = RAN;
-    int status = 0;              // exit status: the program's, 1 for a bad file, 3 for a trap
-    std::string message;         // BAD, TRAPPED_: what and where
-    std::string output, errors;  // with capture: standard output and standard error
+    int status = 0;             // exit status: the program's, 1 for a bad file, 3 for a trap
+    std::string message;        // BAD, TRAPPED_: what and where
+    std::string output, errors; // with capture: standard output and standard error
     COUNTS counts;
 };
 

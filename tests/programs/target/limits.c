@@ -30,15 +30,15 @@
 #endif
 
 int main(void) {
-  printf("%d %d %d\n", CHAR_BIT, CHAR_MIN, CHAR_MAX);
-  printf("%d %d %d\n", SCHAR_MIN, SCHAR_MAX, UCHAR_MAX);
-  printf("%d %d %d\n", SHRT_MIN, SHRT_MAX, USHRT_MAX);
-  printf("%d %d %u\n", INT_MIN, INT_MAX, UINT_MAX);
-  printf("%ld %ld %lu\n", LONG_MIN, LONG_MAX, ULONG_MAX);
-  printf("%lld %lld %llu\n", LLONG_MIN, LLONG_MAX, ULLONG_MAX);
-  printf("%s, %s\n", CHAR_TEXT, LONG_TEXT);
-  printf("%d %d %d %d\n", INT16_MAX, UINT16_MAX, (int)INT32_MAX, SIZE_MAX == UINT_MAX);
-  printf("%d %d\n", UCHAR_MAX + 1, CHAR_MAX + 1);
-  printf("%d %d %d\n", DBL_MANT_DIG, FLT_MANT_DIG, LDBL_MANT_DIG);
-  return 0;
+    printf("%d %d %d\n", CHAR_BIT, CHAR_MIN, CHAR_MAX);
+    printf("%d %d %d\n", SCHAR_MIN, SCHAR_MAX, UCHAR_MAX);
+    printf("%d %d %d\n", SHRT_MIN, SHRT_MAX, USHRT_MAX);
+    printf("%d %d %u\n", INT_MIN, INT_MAX, UINT_MAX);
+    printf("%ld %ld %lu\n", LONG_MIN, LONG_MAX, ULONG_MAX);
+    printf("%lld %lld %llu\n", LLONG_MIN, LLONG_MAX, ULLONG_MAX);
+    printf("%s, %s\n", CHAR_TEXT, LONG_TEXT);
+    printf("%d %d %d %d\n", INT16_MAX, UINT16_MAX, (int)INT32_MAX, SIZE_MAX == UINT_MAX);
+    printf("%d %d\n", UCHAR_MAX + 1, CHAR_MAX + 1);
+    printf("%d %d %d\n", DBL_MANT_DIG, FLT_MANT_DIG, LDBL_MANT_DIG);
+    return 0;
 }

@@ -105,7 +105,8 @@ TEST_F(Explode, NoSplitWhereTheSourceMoves) {
 }
 
 TEST_F(Explode, LargeStructsAreNotCopiedByParts) {
-    TYPE* five = structure("five", {{"a", int_type}, {"b", int_type}, {"c", int_type}, {"d", int_type}, {"e", int_type}});
+    TYPE* five =
+        structure("five", {{"a", int_type}, {"b", int_type}, {"c", int_type}, {"d", int_type}, {"e", int_type}});
     begin_body();
     SYMTAB* s = symbol("s", five);
     SYMTAB* t = symbol("t", five);

@@ -49,14 +49,15 @@ TEST_F(Symbols, UnlinkGivesTheNewHead) {
     SYMTAB* b = global("_b", int_type);
     EXPECT_EQ(unlink_symbol(b, b), a);
     EXPECT_EQ(b->next, nullptr);
-    EXPECT_EQ(unlink_symbol(b, a), a);         // not in the list
-    EXPECT_EQ(unlink_symbol(currfunc, a), a);  // from the end
+    EXPECT_EQ(unlink_symbol(b, a), a);        // not in the list
+    EXPECT_EQ(unlink_symbol(currfunc, a), a); // from the end
     EXPECT_EQ(a->next, nullptr);
 }
 
 TEST_F(Symbols, QualifierBitsOfGlobals) {
     auto quals = [&](TYPE* type, uint16_t bits, int level) {
-        return make_symbol("_q", type, nullptr, type->size(), type->align(), 0, SC_AUTO, bits, nullptr, 0, 0, level)->scqual;
+        return make_symbol("_q", type, nullptr, type->size(), type->align(), 0, SC_AUTO, bits, nullptr, 0, 0, level)
+            ->scqual;
     };
     begin_body();
     EXPECT_EQ(quals(int_type, 0, 0), 0xE000);
@@ -177,13 +178,13 @@ TEST_F(Symbols, ValuesOfAnInitialiser) {
     SYMTAB* a = global("_a", tp->mk_array(char_type, 32, false));
     a->init = new EXPR_LIST;
     auto constant = [&](TYPE* type, int v) { a->init->append(mk_ICON(INT65(v), type)); };
-    constant(char_type, 5);       // unit 0
-    constant(int_type, -1);       // 1, 2
+    constant(char_type, 5); // unit 0
+    constant(int_type, -1); // 1, 2
     NODE* skip = new_node(SKIP, int_type);
-    skip->mk_skip(4);             // 3 to 6
+    skip->mk_skip(4); // 3 to 6
     a->init->append(skip);
     NODE* chars = new_node(SCON, tp->mk_array(char_type, 2, false));
-    chars->mk_scon("A\xff", 2);   // 7, 8
+    chars->mk_scon("A\xff", 2); // 7, 8
     a->init->append(chars);
     a->init->append(new_node(ENDINIT, int_type));
 
@@ -194,17 +195,17 @@ TEST_F(Symbols, ValuesOfAnInitialiser) {
     EXPECT_EQ(at(0, char_type), "5");
     EXPECT_EQ(at(1, int_type), "-1");
     EXPECT_EQ(at(1, uint_type), "4294967295");
-    EXPECT_EQ(at(1, char_type), "none");        // half of a value
-    EXPECT_EQ(at(2, int_type), "none");         // half a value, half a gap
+    EXPECT_EQ(at(1, char_type), "none"); // half of a value
+    EXPECT_EQ(at(2, int_type), "none");  // half a value, half a gap
     EXPECT_EQ(at(3, int_type), "0");
     EXPECT_EQ(at(5, int_type), "0");
-    EXPECT_EQ(at(6, int_type), "none");         // runs into the characters
+    EXPECT_EQ(at(6, int_type), "none"); // runs into the characters
     EXPECT_EQ(at(7, char_type), "65");
     EXPECT_EQ(at(8, char_type), "255");
     EXPECT_EQ(at(7, int_type), "none");
-    EXPECT_EQ(at(9, int_type), "0");            // behind the list
+    EXPECT_EQ(at(9, int_type), "0"); // behind the list
     EXPECT_EQ(at(31, char_type), "0");
-    EXPECT_EQ(at(31, int_type), "none");        // behind the object
+    EXPECT_EQ(at(31, int_type), "none"); // behind the object
     EXPECT_EQ(at(1, tp->float_type()), "none");
     EXPECT_EQ(lookup_array_autoinit(a, 8)->u.lval, INT65(255));
 }

@@ -284,7 +284,7 @@ void install_pass_hooks() {
     pass_hooks.check_integrable_definition = check_integrable_definition;
     pass_hooks.seq_trees = seq_trees;
     pass_hooks.buildcfg = buildcfg;
-    pass_hooks.simpcfg = simpcfg;
+    pass_hooks.simpcfg = [](bool before_writing, bool flag) { simpcfg(before_writing, flag); };
     pass_hooks.fast_CP = fast_CP;
     pass_hooks.preprocess_fundef = preprocess_fundef;
     pass_hooks.unsuppress_inline_function = unsuppress_inline_function;
