@@ -1,4 +1,14 @@
 // Copying of loop tests and of short returns, around the placing of blocks.
+//
+// Why:    a loop that tests at its top pays for a jump back in every round; with the test at its bottom, and a copy of
+// it
+//         in front, a round costs the test alone and an entry costs no jump.
+// Needs:  exact edges; labels numbered by renumber_bblocks().
+// Keeps:  edges, bb_count, the numbers of labels in use; dfn is the place in the layout.
+// Breaks: reverse postorder. Loop pragmas in front of a copied test move behind it, to stay right in front of the loop.
+// Skips:  tests that are long or call a builtin with effects; loops whose ways back are conditional already; copies at
+//         all when size is what counts.
+// Cost:   a snapshot of the flow (see cfg/flow) for each placing; copies are bounded by the number of loops and jumps.
 #include "cfg/layout.h"
 
 #include "cfg/bbutils.h"
@@ -31,8 +41,8 @@ class TEST_COPIER {
 
 bool may_be_copied(int op) {
     if (op == IF || op == NASSERT) return true;
-    return op <= LAST_FILE_OPCODE && op != MCALL && op != UMCALL && op != DDNODE &&
-           op != RETURN && op != SWITCH && op != PCOMMA;
+    return op <= LAST_FILE_OPCODE && op != MCALL && op != UMCALL && op != DDNODE && op != RETURN && op != SWITCH &&
+           op != PCOMMA;
 }
 
 // Whether the statements are few and plain enough to stand twice.

@@ -6,7 +6,7 @@
 // Why:    no later pass keeps a member of a struct in a register.
 // Needs:  statements in blocks.       Keeps: blocks, edges.       Breaks: nothing but what knows the struct's symbol.
 // Skips:  structs that are named as a whole or by address, hold something volatile, or stand in the exception table; a
-//         struct of which a bit-field or two overlapping parts are used.
+//         struct of which a bit-field or two overlapping parts are used; copies from where a member may hold nothing.
 // Method: candidates are the local structs; one walk over the statements collects the members used and disqualifies a
 //         candidate that is named in any other way; a second walk rewrites. A member that is a struct itself is a
 //         variable after one round and is looked at in the next.
@@ -14,6 +14,7 @@
 // Cost:   two walks over the nodes a round.
 #include "ir/explode.h"
 
+#include "ir/assigned.h"
 #include "ir/funinfo.h"
 #include "ir/ls.h"
 #include "ir/opt_expr.h"
@@ -32,6 +33,7 @@
 namespace {
 
 constexpr size_t max_assignment_members = 4; // a struct assignment becomes at most so many plain ones
+constexpr int max_look_ahead = 32;           // statements in which a read is looked for
 constexpr int max_rounds = 8;                // nesting of structs that is taken apart
 constexpr int max_type_nesting = 64;         // a deeper aggregate is taken to hold something volatile
 constexpr const char* exploded_prefix = "$O$CSU$";
@@ -156,13 +158,23 @@ namespace {
 // A part of a candidate that the function uses; it becomes a variable.
 struct PART {
     const fkMDATA* member;
+    bool read = false; // something needs its value; a part that is only stored to is not copied along with the struct
     SYMTAB* variable = nullptr;
 };
 
 struct CANDIDATE {
     SYMTAB* symbol;
     bool alive = true;
+    bool copied = false;     // the struct is copied as a whole to somewhere
     std::vector<PART> parts; // no two of the same place and width
+};
+
+// A struct assignment that comes apart if a side of it is a candidate. The sides are null if they are not NAMEs of one.
+struct COPY {
+    LIST* cell;               // the statement; the prolog for a parameter, whose copy will stand behind it
+    const NODE* source_place; // null for a parameter
+    CANDIDATE* target;
+    CANDIDATE* source;
 };
 
 CANDIDATE* candidate_of(const SYMTAB* sym) {
@@ -215,10 +227,9 @@ class EXPLOSION {
         find_addresses();
         walk_prolog();
         for_each_statement(f_, [&](LIST* cell) {
-            if (cell != prolog_) walk_statement(cell->first);
+            if (cell != prolog_) walk_statement(cell);
         });
-        for (auto& c : candidates_)
-            if (c->alive && !parts_are_disjoint(*c)) c->alive = false;
+        settle();
         return std::any_of(candidates_.begin(), candidates_.end(), [](auto& c) { return c->alive; });
     }
 
@@ -241,7 +252,10 @@ class EXPLOSION {
             }
         }
         sym_split(f_);
-        for_each_statement(f_, [&](LIST* cell) { rewrite(cell); });
+        for (BBLK* bb = f_->bb_list; bb != nullptr; bb = bb->dflink)
+            for (LIST** link = &bb->stmts; *link != nullptr;)
+                if (rewrite(*link)) link = &(*link)->rest;
+        define_copied_variables();
         remove_structs();
         return nested;
     }
@@ -295,7 +309,7 @@ class EXPLOSION {
                 c->alive = false;
                 continue;
             }
-            for (const auto& member : c->symbol->type->get_csu()->csu->members) c->parts.push_back(PART{member.get()});
+            copies_.push_back(COPY{prolog_, nullptr, c, nullptr});
         }
     }
 
@@ -311,50 +325,186 @@ class EXPLOSION {
         return candidate_named(stasg->left) != nullptr || candidate_named(stasg->right) != nullptr;
     }
 
-    void walk_statement(NODE* stmt) {
-        if (stmt->op == STASG && names_candidate(stmt)) {
-            std::vector<NODE*> asgs = convert(stmt);
-            for (NODE* asg : asgs) {
-                walk(asg);
-                erase_tree(asg);
-            }
-            if (!asgs.empty()) return;
-        }
-        walk(stmt);
+    void walk_statement(LIST* cell) {
+        NODE* stmt = cell->first;
+        if (stmt->op != STASG || !names_candidate(stmt)) return walk(stmt);
+        std::vector<NODE*> asgs = convert(stmt);
+        if (asgs.empty()) return walk(stmt);
+        for (NODE* asg : asgs) erase_tree(asg);
+        COPY copy{cell, stmt->right, candidate_named(stmt->left), candidate_named(stmt->right)};
+        if (copy.target == nullptr) walk(stmt->left);
+        if (copy.source == nullptr) walk(stmt->right);
+        copies_.push_back(copy);
     }
 
     // `under_address` holds for the lvalue below a UAND: a member named there is not read or written but pointed to.
+    // `stored` holds for the left side of an assignment: a member named there is not read.
     void walk(NODE* root) {
         struct ITEM {
             NODE* node;
-            bool under_address;
+            bool under_address, stored;
         };
-        std::vector<ITEM> stack{{root, false}};
+        std::vector<ITEM> stack{{root, false, false}};
         while (!stack.empty()) {
-            auto [node, under_address] = stack.back();
+            auto [node, under_address, stored] = stack.back();
             stack.pop_back();
-            bool left_under = false, right_under = false;
+            bool left_under = false, right_under = false, left_stored = false;
             switch (node->op) {
             case NAME: disqualify(node); continue;
             case STDOT:
-                if (!under_address) {
-                    if (CANDIDATE* c = accepted_reference(node)) {
-                        if (find_part(c, node->right->mval) == nullptr) c->parts.push_back(PART{node->right->mval});
-                        continue;
-                    }
+                if (CANDIDATE* c = under_address ? nullptr : accepted_reference(node)) {
+                    PART& part = part_for(c, node->right->mval);
+                    if (!stored) part.read = true;
+                    continue;
                 }
                 left_under = under_address;
+                left_stored = stored;
                 break;
+            case ASG:
+            case STASG:
+            case ARASG: left_stored = true; break;
             case UAND:
             case ARGREF: left_under = true; break;
             case COMMAOP: right_under = under_address; break;
             case IF:
-            case SWITCH: stack.push_back({node->left, false}); continue;
+            case SWITCH: stack.push_back({node->left, false, false}); continue;
             default: break; // UMULT and STREF among them: what they go through is a pointer value
             }
-            if (node->right != nullptr && node->op != CSE_DUPE) stack.push_back({node->right, right_under});
-            if (node->left != nullptr) stack.push_back({node->left, left_under});
+            if (node->right != nullptr && node->op != CSE_DUPE) stack.push_back({node->right, right_under, false});
+            if (node->left != nullptr) stack.push_back({node->left, left_under, left_stored});
         }
+    }
+
+    static PART& part_for(CANDIDATE* c, const fkMDATA* member) {
+        if (PART* part = find_part(c, member)) return *part;
+        c->parts.push_back(PART{member});
+        return c->parts.back();
+    }
+
+    // ---- copies of whole structs
+    //
+    // A copy may carry members that hold nothing yet, which is no fault as long as nobody looks at them; a plain
+    // assignment of such a member would be one. So only members that are needed are assigned one by one, and each must
+    // have a value: a variable that comes from a struct gets one at the function's entry (define_copied_variables), an
+    // object of static storage has one, and of any other place it must be certain that the value is looked at anyway.
+
+    static const std::vector<std::unique_ptr<fkMDATA>>& members_of(const CANDIDATE* c) {
+        return c->symbol->type->get_csu()->csu->members;
+    }
+    static CANDIDATE* if_alive(CANDIDATE* c) { return c != nullptr && c->alive ? c : nullptr; }
+    static bool is_needed(CANDIDATE* c, const fkMDATA* member) {
+        const PART* part = find_part(c, member);
+        return part != nullptr && part->read;
+    }
+
+    // Disqualifies until what is left fits together.
+    void settle() {
+        for (bool changed = true; changed;) {
+            changed = false;
+            for (auto& c : candidates_) {
+                if (!c->alive || parts_are_disjoint(*c)) continue;
+                c->alive = false;
+                changed = true;
+            }
+            note_needs();
+            for (const COPY& copy : copies_) {
+                CANDIDATE* target = if_alive(copy.target);
+                if (target == nullptr || needed_members_have_values(copy)) continue;
+                target->alive = false;
+                changed = true;
+            }
+        }
+    }
+
+    // What is needed of a copy is needed of its source.
+    void note_needs() {
+        for (bool changed = true; changed;) {
+            changed = false;
+            for (const COPY& copy : copies_) {
+                CANDIDATE *target = if_alive(copy.target), *source = if_alive(copy.source);
+                if (source == nullptr) continue;
+                for (const auto& member : members_of(source)) {
+                    if (is_needed(source, member.get())) continue;
+                    if (target != nullptr && !is_needed(target, member.get())) continue;
+                    part_for(source, member.get()).read = true;
+                    changed = true;
+                }
+            }
+        }
+    }
+
+    bool needed_members_have_values(const COPY& copy) {
+        if (if_alive(copy.source) != nullptr && f_->bb_list->preds == nullptr) return true;
+        if (copy.source_place != nullptr && is_static_place(copy.source_place)) return true;
+        for (const auto& member : members_of(copy.target))
+            if (is_needed(copy.target, member.get()) && !is_read_soon(copy, member.get())) return false;
+        return true;
+    }
+
+    static bool is_static_place(const NODE* place) {
+        while (place->op == STDOT) place = place->left;
+        if (place->op == UMULT || place->op == STREF) {
+            const NODE* pointer = place->left;
+            while (pointer->op == PCONV || pointer->op == PLUS || pointer->op == MINUS) pointer = pointer->left;
+            if (pointer->op != UAND) return false;
+            place = pointer->left;
+            while (place->op == STDOT) place = place->left;
+        }
+        return place->op == NAME && place->u.sym != nullptr && place->u.sym->level == 0;
+    }
+
+    static bool is_read_soon(const COPY& copy, const fkMDATA* member) {
+        return is_read_behind(copy.cell, copy.target, member, max_look_ahead);
+    }
+
+    // Whether the statements behind the cell, in its block and up to the next call, read the member in any case,
+    // directly or through another copy.
+    static bool is_read_behind(const LIST* cell, const CANDIDATE* c, const fkMDATA* member, int look_ahead) {
+        for (cell = cell->rest; cell != nullptr && look_ahead-- > 0; cell = cell->rest) {
+            const NODE* stmt = cell->first;
+            bool stops = false;
+            if (statement_reads(cell->first, c, member, stops)) return true;
+            if (stmt->op == STASG && candidate_named(stmt->right) == c && candidate_named(stmt->left) != nullptr &&
+                is_read_behind(cell, candidate_named(stmt->left), member, look_ahead))
+                return true;
+            if (stops) return false;
+        }
+        return false;
+    }
+
+    static bool statement_reads(NODE* stmt, const CANDIDATE* c, const fkMDATA* member, bool& stops) {
+        auto is_member = [&](const NODE* node) {
+            return node->op == STDOT && accepted_reference(node) == c &&
+                   node->right->mval->bit_offset == member->bit_offset;
+        };
+        bool found = false;
+        auto walk_certain = [&](auto&& self, NODE* tree) -> void {
+            walk_tree_top_down(tree, [&](NODE* node) {
+                if (is_member(node)) found = true;
+                switch (node->op) {
+                case CALL:
+                case UCALL:
+                case MCALL:
+                case UMCALL: stops = true; return true;
+                case ANDAND:
+                case OROR:
+                case QUEST:
+                case IF:
+                case SWITCH: self(self, node->left); return false;
+                case ASG:
+                    self(self, node->right);
+                    if (is_member(node->left))
+                        stops = true;
+                    else
+                        self(self, node->left);
+                    return false;
+                default: return true;
+                }
+            });
+        };
+        walk_certain(walk_certain, stmt);
+        if (stmt->op == STASG && stmt->left->op == NAME && candidate_named(stmt->left) == c) stops = true;
+        return found;
     }
 
     static bool parts_are_disjoint(const CANDIDATE& c) {
@@ -427,11 +577,32 @@ class EXPLOSION {
                     f_->name);
     }
 
-    void rewrite(LIST* cell) {
+    // The plain assignments for a struct assignment, without those whose value nobody needs.
+    std::vector<NODE*> needed_assignments(const NODE* stasg) {
+        CANDIDATE *target = candidate_named(stasg->left), *source = candidate_named(stasg->right);
+        if (source != nullptr) source->copied = true;
+        std::vector<NODE*> asgs = convert(stasg);
+        OPTASSERT(!asgs.empty());
+        if (target == nullptr) return asgs;
+        std::erase_if(asgs, [&](NODE* asg) {
+            if (is_needed(target, asg->left->right->mval)) return false;
+            erase_tree(asg);
+            return true;
+        });
+        return asgs;
+    }
+
+    // Rewrites the statement of the cell. False if nothing is left of it; the next cell has taken its place then.
+    bool rewrite(LIST*& link) {
+        LIST* cell = link;
         if (cell->first->op == STASG && names_candidate(cell->first)) {
-            std::vector<NODE*> asgs = convert(cell->first);
-            OPTASSERT(!asgs.empty());
+            std::vector<NODE*> asgs = needed_assignments(cell->first);
             erase_tree(cell->first);
+            if (asgs.empty()) {
+                link = cell->rest;
+                delete cell;
+                return false;
+            }
             cell->first = asgs[0];
             LIST* rest = cell->rest;
             for (size_t i = asgs.size(); i-- > 1;) rest = new LIST(asgs[i], cell->psn, rest);
@@ -452,6 +623,39 @@ class EXPLOSION {
             node = name;
             return false;
         });
+        return true;
+    }
+
+    static NODE* zero_of(TYPE* type) {
+        if (type->is_ptr()) return mk_PCONV(mk_ICON(INT65(), tp->int_type()), type);
+        if (!type->is_fltpt()) return mk_ICON(INT65(), type);
+        NODE* zero = new_node(FCON, type);
+        zero->mk_fcon("0");
+        return zero;
+    }
+
+    // A variable of a struct that was copied as a whole gets a value at the entry if it may be read without one.
+    void define_copied_variables() {
+        std::vector<SYMTAB*> variables;
+        for (auto& c : candidates_) {
+            if (!c->alive || !c->copied) continue;
+            for (const PART& part : c->parts)
+                if (part.variable->type->is_scalar()) variables.push_back(part.variable);
+        }
+        for (size_t start = 0; start < variables.size(); start += max_assigned_query) {
+            size_t end = std::min(start + max_assigned_query, variables.size());
+            std::vector<SYMTAB*> some(variables.begin() + static_cast<std::ptrdiff_t>(start),
+                                      variables.begin() + static_cast<std::ptrdiff_t>(end));
+            uint64_t undefined = read_before_assigned(f_, some, false);
+            LIST*& place = prolog_ != nullptr ? prolog_->rest : f_->bb_list->stmts;
+            for (size_t i = some.size(); i-- != 0;) {
+                if (!(undefined >> i & 1)) continue;
+                NODE* name = mk_NAME(some[i]);
+                NODE* asg = mk_ASG(name, zero_of(some[i]->type));
+                set_scope_of_tree(asg, name->scope);
+                place = new LIST(asg, place != nullptr ? place->psn : nullptr, place);
+            }
+        }
     }
 
     void remove_structs() {
@@ -471,6 +675,7 @@ class EXPLOSION {
     FUNINFO* f_;
     LIST* prolog_ = nullptr; // the statement, null if the function has none
     std::vector<std::unique_ptr<CANDIDATE>> candidates_;
+    std::vector<COPY> copies_;
     std::unordered_set<const SYMTAB*> address_taken_;
 };
 

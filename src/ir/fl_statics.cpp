@@ -15,10 +15,9 @@
 //         any point of themselves, do not take part, nor functions with assembly text, which may name the static.
 // Skips:  volatile; restrict; aggregates; statics whose address is taken, in the function, in the exception table or in
 //         an initialiser; statics that are accessed as something of another size.
-// Method: forward must-be-assigned analysis, one bit a static. A block gives: what it assigns behind its last call,
-//         whether it holds a call, and what it reads before either.
 // Needs:  statements in blocks, exact predecessors.     Keeps: blocks, edges.
 // Cost:   a walk over the nodes; blocks times the nesting of loops, one machine word each.
+#include "ir/assigned.h"
 #include "ir/funinfo.h"
 #include "ir/ls.h"
 #include "ir/opt_expr.h"
@@ -35,23 +34,27 @@
 
 namespace {
 
+struct STATIC {
+    SYMTAB* symbol;
+    bool misused = false; // something speaks against it
+};
+
+// While it looks at statements each candidate hangs at the first link of its symbol.
 class FL_STATICS {
   public:
     explicit FL_STATICS(FUNINFO* f) : f_(f) {}
-    ~FL_STATICS() {
-        for (auto& s : statics_) s->symbol->link[0] = nullptr;
-    }
+    ~FL_STATICS() { unlink(); }
 
     void run() {
         note_declared_statics();
         collect();
-        if (statics_.empty() || function_is_opaque()) return;
+        if (candidates_.empty() || function_is_opaque()) return;
         find_misuse();
-        if (possible_ == 0) return;
-        summarise_blocks();
-        propagate();
-        for (const BLOCK_SUMMARY& block : blocks_) possible_ &= ~(block.needs & ~block.in);
-        if (possible_ != 0) find_initialiser_uses();
+        drop_misused();
+        drop_read_early();
+        if (candidates_.empty()) return;
+        find_initialiser_uses();
+        drop_misused();
         accept();
     }
 
@@ -76,15 +79,14 @@ class FL_STATICS {
 
     void collect() {
         for (SYMTAB* sym : f_->fl_statics) {
-            if (statics_.size() == max_statics) return;
+            if (candidates_.size() == max_assigned_query) return;
             uint32_t quals = sym->type->qual_kind();
             if (!sym->type->is_scalar() || (quals & (QUAL_VOLATILE | QUAL_RESTRICT)) || sym->link[0] != nullptr)
                 continue;
             if ((sym->scqual & CQ_VOLATILE) || symbol_has_pragma(sym, PRAGMA::PRAGMA_SYM_IS_REFERENCED)) continue;
             if (sym->sclass != SC_STATIC || sym_appears_in_EHT(sym)) continue;
-            statics_.push_back(std::make_unique<STATIC>(STATIC{sym, MASK{1} << statics_.size()}));
-            sym->link[0] = statics_.back().get();
-            possible_ |= statics_.back()->bit;
+            candidates_.push_back(std::make_unique<STATIC>(STATIC{sym}));
+            sym->link[0] = candidates_.back().get();
         }
     }
 
@@ -97,26 +99,45 @@ class FL_STATICS {
         return opaque;
     }
 
-    MASK bit_of(const NODE* node) const {
-        if (node->op != NAME || node->u.sym == nullptr || node->u.sym->link[0] == nullptr) return 0;
-        return static_cast<STATIC*>(node->u.sym->link[0])->bit & possible_;
+    void unlink() {
+        for (auto& c : candidates_) c->symbol->link[0] = nullptr;
     }
 
-    // Addresses and accesses of another width, and names that stand where no value is read or written.
+    static STATIC* named(const NODE* node) {
+        return node->op == NAME && node->u.sym != nullptr ? static_cast<STATIC*>(node->u.sym->link[0]) : nullptr;
+    }
+
+    // Addresses and accesses of another width.
     void find_misuse() {
         for_each_statement(f_, [&](LIST* cell) {
             walk_tree_top_down(cell->first, [&](NODE* node) {
-                if (MASK bit = bit_of(node))
-                    if (node->type->size() != node->u.sym->size || node->type->is_volatile()) possible_ &= ~bit;
-                if (node->op == UAND || node->op == ARGREF || node->op == STDOT) {
-                    const NODE* object = node->left;
-                    while (object->op == STDOT || object->op == COMMAOP)
-                        object = object->op == STDOT ? object->left : object->right;
-                    possible_ &= ~bit_of(object);
-                }
+                if (STATIC* c = named(node))
+                    if (node->type->size() != c->symbol->size || node->type->is_volatile()) c->misused = true;
+                if (node->op != UAND && node->op != ARGREF && node->op != STDOT) return true;
+                const NODE* object = node->left;
+                while (object->op == STDOT || object->op == COMMAOP)
+                    object = object->op == STDOT ? object->left : object->right;
+                if (STATIC* c = named(object)) c->misused = true;
                 return true;
             });
         });
+    }
+
+    void drop_misused() {
+        unlink();
+        std::erase_if(candidates_, [](const auto& c) { return c->misused; });
+        for (auto& c : candidates_) c->symbol->link[0] = c.get();
+    }
+
+    void drop_read_early() {
+        std::vector<SYMTAB*> symbols;
+        for (auto& c : candidates_) symbols.push_back(c->symbol);
+        if (symbols.empty()) return;
+        unlink(); // the analysis needs the link
+        uint64_t early = read_before_assigned(f_, symbols, true);
+        for (size_t i = 0; i < candidates_.size(); i++)
+            if (early >> i & 1) candidates_[i]->misused = true;
+        drop_misused();
     }
 
     // ---- the outside
@@ -126,7 +147,7 @@ class FL_STATICS {
             if (global->init == nullptr) continue;
             for (EXPR_CELL* cell = global->init->head; cell != nullptr; cell = cell->next)
                 walk_tree_top_down(cell->node, [&](NODE* node) {
-                    possible_ &= ~bit_of(node);
+                    if (STATIC* c = named(node)) c->misused = true;
                     return true;
                 });
         }
@@ -134,8 +155,7 @@ class FL_STATICS {
 
     void accept() {
         bool first = true;
-        for (auto& s : statics_) {
-            if (!(s->bit & possible_)) continue;
+        for (auto& s : candidates_) {
             s->symbol->flags |= SYM_MAY_BE_AUTO;
             if (print_debug) dprintf("Changing this function-local static variable to 'auto': %s\n", s->symbol->name);
             if (!write_opt_info || finfo == nullptr) continue;
@@ -146,13 +166,7 @@ class FL_STATICS {
     }
 
     FUNINFO* f_;
-    std::vector<std::unique_ptr<STATIC>> statics_;
-    MASK possible_ = 0;                 // the statics against which nothing speaks yet
-    std::vector<BLOCK_SUMMARY> blocks_; // by serial number
-    BLOCK_SUMMARY* summary_ = nullptr;  // of the block in work
-    FLOW flow_;                         // at the place in work
-    std::vector<FLOW> kept_;
-    std::vector<TASK> tasks_;
+    std::vector<std::unique_ptr<STATIC>> candidates_; // against which nothing speaks yet
 };
 
 void rewrite_names(NODE*& root) {

@@ -149,11 +149,12 @@ void PRINTER::initialiser(const ITEM& i) {
     out += " = {";
     size_t line_start = out.rfind('\n') + 1;
     for (size_t k = 0; k < i.list.size(); k++) {
-        out += k == 0 ? " " : ", ";
+        if (k != 0) out += ',';
         if (out.size() - line_start > initialiser_width) {
-            out += "\n    ";
-            line_start = out.size() - 4;
+            out += "\n   ";
+            line_start = out.size() - 3;
         }
+        out += ' ';
         const TREE& value = i.list[k];
         top(value, value.root, leaf_type(types, s.type, bit));
         bit += initialiser_step(value[value.root], types);

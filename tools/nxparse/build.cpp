@@ -98,7 +98,9 @@ void ICODE_WRITER::set_initialiser(SYMTAB* sym, std::vector<NODE*> nodes) {
     if (!nodes.empty()) initialisers_.emplace_back(sym, std::move(nodes));
 }
 
-void ICODE_WRITER::top_level_assembly(const std::string& text, PSN* psn) { file_->if_write_assembly(text.c_str(), psn); }
+void ICODE_WRITER::top_level_assembly(const std::string& text, PSN* psn) {
+    file_->if_write_assembly(text.c_str(), psn);
+}
 
 namespace {
 
@@ -106,7 +108,8 @@ namespace {
 void prepare(NODE* n, int depth, PSN* psn) {
     for (; n != nullptr; n = n->right) {
         if (n->op != COMMA && ++depth > max_node_depth) throw TOO_DEEP{psn};
-        if (n->op == ICON && n->type->size_bits > 32 && !(n->type->is_signed() ? n->u.lval.fits_s32() : n->u.lval.fits_u32()))
+        if (n->op == ICON && n->type->size_bits > 32 &&
+            !(n->type->is_signed() ? n->u.lval.fits_s32() : n->u.lval.fits_u32()))
             n->op = LCON;
         prepare(n->left, depth, psn);
     }

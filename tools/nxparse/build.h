@@ -19,8 +19,8 @@
 NODE* node0(int op, TYPE* type);
 NODE* node1(int op, TYPE* type, NODE* left);
 NODE* node2(int op, TYPE* type, NODE* left, NODE* right);
-NODE* icon(INT65 value, TYPE* type);             // truncated to the type
-NODE* icon(int64_t value);                       // of type int
+NODE* icon(INT65 value, TYPE* type); // truncated to the type
+NODE* icon(int64_t value);           // of type int
 NODE* fcon(const std::string& number, TYPE* type);
 NODE* scon(const std::string& bytes, TYPE* type);
 NODE* name_of(SYMTAB* sym, TYPE* type);
@@ -34,11 +34,11 @@ NODE* chain(int op, const std::vector<NODE*>& items, TYPE* type);
 // ---- the body of a function
 struct BLOCK;
 struct ITEM {
-    NODE* tree = nullptr;                 // a statement, or
-    uint32_t label = 0;                   // a label definition, or
-    std::unique_ptr<PRAGMA> pragma;       // a pragma, or
-    std::unique_ptr<std::string> assembly;// assembly text, or
-    BLOCK* block = nullptr;               // a nested block
+    NODE* tree = nullptr;                  // a statement, or
+    uint32_t label = 0;                    // a label definition, or
+    std::unique_ptr<PRAGMA> pragma;        // a pragma, or
+    std::unique_ptr<std::string> assembly; // assembly text, or
+    BLOCK* block = nullptr;                // a nested block
     PSN* psn = nullptr;
 };
 struct BLOCK {
@@ -50,11 +50,11 @@ struct BLOCK {
 struct FUNCTION_BODY {
     SYMTAB* sym = nullptr;
     std::vector<SYMTAB*> params;
-    std::deque<BLOCK> blocks;             // the first is the outer one
+    std::deque<BLOCK> blocks; // the first is the outer one
     PSN* begin = nullptr;
     PSN* locals_end = nullptr;
     PSN* end = nullptr;
-    uint32_t labels = 0;                  // numbers given so far
+    uint32_t labels = 0; // numbers given so far
 };
 
 // Thrown by write_function when a tree nests deeper than a reader of the file accepts.
@@ -64,7 +64,7 @@ struct TOO_DEEP {
 
 class ICODE_WRITER {
   public:
-    ICODE_WRITER(FILE* stream, const char* producer);   // owns the stream
+    ICODE_WRITER(FILE* stream, const char* producer); // owns the stream
     ~ICODE_WRITER();
     SYMTAB* global(const std::string& name, TYPE* type, int sclass, PSN* psn, uint32_t align_bits); // enters it
     SYMTAB* local(const std::string& name, TYPE* type, int sclass, PSN* psn, uint32_t align_bits);  // of a body

@@ -60,8 +60,7 @@ bool FRONT::builtin_call(const CallExpr* e, PLACE& result) {
     bool assertion = f->getBuiltinID() == Builtin::BI__builtin_assume ||
                      (f->getName() == "_nassert" && f->getDefinition() == nullptr && e->getNumArgs() == 1);
     if (assertion) {
-        if (!e->getArg(0)->HasSideEffects(ctx))
-            result.node = node1(NASSERT, tp->int_type(), condition(e->getArg(0)));
+        if (!e->getArg(0)->HasSideEffects(ctx)) result.node = node1(NASSERT, tp->int_type(), condition(e->getArg(0)));
         return true;
     }
     CVAL v;
@@ -81,9 +80,7 @@ bool FRONT::builtin_call(const CallExpr* e, PLACE& result) {
         result.node = node2(ASG, t, ap.node, convert(area, t));
         return true;
     }
-    case Builtin::BI__builtin_va_end:
-        result.node = effect_tree(e->getArg(0));
-        return true;
+    case Builtin::BI__builtin_va_end: result.node = effect_tree(e->getArg(0)); return true;
     case Builtin::BI__builtin_va_copy: {
         PLACE to = lvalue(e->getArg(0)->IgnoreParenImpCasts());
         TYPE* t = to.node->type->stqs();

@@ -88,7 +88,8 @@ void MODEL::collect_enumerators(const EnumDecl* e) {
     int64_t next = 0;
     for (const EnumConstantDecl* c : e->enumerators()) {
         if (enumerators_.count(c) != 0) continue;
-        if (c->getInitExpr() != nullptr) next = int_constant(c->getInitExpr(), "enumerator").extOrTrunc(64).getSExtValue();
+        if (c->getInitExpr() != nullptr)
+            next = int_constant(c->getInitExpr(), "enumerator").extOrTrunc(64).getSExtValue();
         bool fits = c->getInitVal().getBitWidth() > 32 || (next >= INT32_MIN && next <= int64_t{UINT32_MAX});
         if (!fits) refuse(c->getLocation(), "value of the enumerator does not fit its type");
         enumerators_.emplace(c, APSInt(APInt(64, uint64_t(next), true), false));
@@ -179,7 +180,8 @@ bool MODEL::eval_lvalue(const Expr* e, CVAL& out) {
     if (const auto* m = dyn_cast<MemberExpr>(e)) {
         const auto* f = dyn_cast<FieldDecl>(m->getMemberDecl());
         if (f == nullptr || f->isBitField()) return false;
-        if (!(m->isArrow() ? eval(m->getBase(), out) : eval_lvalue(m->getBase(), out)) || out.kind != CVAL::ADDR) return false;
+        if (!(m->isArrow() ? eval(m->getBase(), out) : eval_lvalue(m->getBase(), out)) || out.kind != CVAL::ADDR)
+            return false;
         out.units += int64_t(member(f).offset / 16);
         return true;
     }
@@ -442,7 +444,9 @@ bool MODEL::eval(const Expr* e, CVAL& out) {
     case Stmt::CallExprClass: return eval_call(cast<CallExpr>(e), out);
     case Stmt::GenericSelectionExprClass: return eval(cast<GenericSelectionExpr>(e)->getResultExpr(), out);
     case Stmt::ChooseExprClass: return eval(cast<ChooseExpr>(e)->getChosenSubExpr(), out);
-    case Stmt::TypeTraitExprClass: out = make_int(cast<TypeTraitExpr>(e)->getValue() ? 1 : 0, type_of_expr(e)); return true;
+    case Stmt::TypeTraitExprClass:
+        out = make_int(cast<TypeTraitExpr>(e)->getValue() ? 1 : 0, type_of_expr(e));
+        return true;
     case Stmt::ImplicitValueInitExprClass: {
         TYPE* t = value_type(type_of_expr(e));
         if (!t->is_integral() && !t->is_fltpt() && !t->is_ptr()) return false;

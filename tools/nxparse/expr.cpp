@@ -161,7 +161,8 @@ NODE* FRONT::conversion(const CastExpr* e) {
     case CK_IntegralCast:
     case CK_IntegralToFloating:
         if (sub->getType()->isEnumeralType()) // its values have the sign that Clang gives them
-            return convert(convert(value(sub), m.enum_value_type(sub->getType(), sub->getExprLoc())), m.type_of_expr(e));
+            return convert(convert(value(sub), m.enum_value_type(sub->getType(), sub->getExprLoc())),
+                           m.type_of_expr(e));
         return convert(value(sub), m.type_of_expr(e));
     case CK_NoOp:
     case CK_BitCast:
@@ -173,8 +174,7 @@ NODE* FRONT::conversion(const CastExpr* e) {
     case CK_FloatingToBoolean:
     case CK_FloatingCast: return convert(value(sub), m.type_of_expr(e));
     case CK_BuiltinFnToFnPtr: return callee(e);
-    default:
-        m.refuse(e->getExprLoc(), llvm::Twine("conversion '") + e->getCastKindName() + "' is not supported");
+    default: m.refuse(e->getExprLoc(), llvm::Twine("conversion '") + e->getCastKindName() + "' is not supported");
     }
 }
 
@@ -296,7 +296,8 @@ PLACE FRONT::lvalue(const Expr* e) {
     default: break;
     }
     if (e->getType()->isRecordType()) return struct_place(e);
-    m.refuse(e->getExprLoc(), llvm::Twine("this expression is not supported as an object (") + e->getStmtClassName() + ")");
+    m.refuse(e->getExprLoc(),
+             llvm::Twine("this expression is not supported as an object (") + e->getStmtClassName() + ")");
 }
 
 SYMTAB* FRONT::temporary(TYPE* t) {
@@ -340,7 +341,8 @@ PLACE FRONT::struct_value(const Expr* e) {
     case Stmt::GenericSelectionExprClass: return struct_value(cast<GenericSelectionExpr>(e)->getResultExpr());
     case Stmt::ChooseExprClass: return struct_value(cast<ChooseExpr>(e)->getChosenSubExpr());
     case Stmt::UnaryOperatorClass:
-        if (cast<UnaryOperator>(e)->getOpcode() == UO_Extension) return struct_value(cast<UnaryOperator>(e)->getSubExpr());
+        if (cast<UnaryOperator>(e)->getOpcode() == UO_Extension)
+            return struct_value(cast<UnaryOperator>(e)->getSubExpr());
         break;
     case Stmt::BinaryOperatorClass: {
         const auto* b = cast<BinaryOperator>(e);
@@ -366,7 +368,8 @@ PLACE FRONT::struct_value(const Expr* e) {
         NODE* test = condition(c->getCond());
         PLACE a = struct_place(c->getTrueExpr());
         PLACE b = struct_place(c->getFalseExpr());
-        NODE* arms = node2(COLON, pointer, sequence(a.pre, address(a.node, pointer)), sequence(b.pre, address(b.node, pointer)));
+        NODE* arms =
+            node2(COLON, pointer, sequence(a.pre, address(a.node, pointer)), sequence(b.pre, address(b.node, pointer)));
         p.node = node1(UMULT, t, node2(QUEST, pointer, test, arms));
         return p;
     }
@@ -438,7 +441,8 @@ NODE* FRONT::effect_tree(const Expr* e) {
     }
     if (e->getType()->isRecordType()) {
         PLACE p = struct_value(e);
-        bool acts = p.node->op == CALL || p.node->op == UCALL || p.node->op == STASG || (p.node->type->qual_kind() & QUAL_VOLATILE);
+        bool acts = p.node->op == CALL || p.node->op == UCALL || p.node->op == STASG ||
+                    (p.node->type->qual_kind() & QUAL_VOLATILE);
         if (acts || p.pre == nullptr) return sequence(p.pre, p.node);
         erase_tree(p.node);
         return p.pre;

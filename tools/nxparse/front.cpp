@@ -1,10 +1,7 @@
 // Declarations: what is emitted, under which name, with which class and pragmas.
 #include "front.h"
 
-#include "clang/AST/RecursiveASTVisitor.h"
-
 #include <algorithm>
-#include <cstring>
 
 using namespace clang;
 
@@ -12,6 +9,7 @@ namespace {
 
 // Names that the optimizer takes for library functions: a definition of such a name in the unit is marked as not
 // conforming. In ascending order.
+// clang-format off
 const char* const system_names[] = {
     "__cxa_allocate_exception", "__cxa_begin_catch", "__cxa_end_catch", "__cxa_rethrow", "__cxa_throw", "_sqrt",
     "abort", "abs", "acos", "asctime", "asin", "atan", "atan2", "atexit", "atof", "atoi", "atol", "bsearch", "calloc",
@@ -20,13 +18,14 @@ const char* const system_names[] = {
     "free", "freopen", "frexp", "fscanf", "fseek", "fsetpos", "ftell", "fwrite", "getc", "getchar", "getenv", "gets",
     "gmtime", "isalnum", "isalpha", "iscntrl", "isdigit", "isgraph", "islower", "isprint", "ispunct", "isspace",
     "isupper", "isxdigit", "labs", "ldexp", "ldiv", "localeconv", "localtime", "log", "log10", "longjmp", "malloc",
-    "mblen", "mbstowcs", "mbtowc", "memchr", "memcmp", "memcpy", "memmove", "memset", "mktime", "modf", "perror", "pow",
-    "printf", "putc", "putchar", "puts", "qsort", "raise", "rand", "realloc", "remove", "rename", "rewind", "scanf",
-    "setbuf", "setjmp", "setlocale", "setvbuf", "signal", "sin", "sinh", "sprintf", "sqrt", "srand", "sscanf", "strcat",
-    "strchr", "strcmp", "strcoll", "strcpy", "strcspn", "strerror", "strftime", "strlen", "strncat", "strncmp",
-    "strncpy", "strpbrk", "strrchr", "strspn", "strstr", "strtod", "strtok", "strtol", "strtoul", "strxfrm", "system",
-    "tan", "tanh", "time", "tmpfile", "tmpnam", "tolower", "toupper", "ungetc", "vfprintf", "vprintf", "vsprintf",
-    "wcstombs", "wctomb"};
+    "mblen", "mbstowcs", "mbtowc", "memchr", "memcmp", "memcpy", "memmove", "memset", "mktime", "modf", "perror",
+    "pow", "printf", "putc", "putchar", "puts", "qsort", "raise", "rand", "realloc", "remove", "rename", "rewind",
+    "scanf", "setbuf", "setjmp", "setlocale", "setvbuf", "signal", "sin", "sinh", "sprintf", "sqrt", "srand",
+    "sscanf", "strcat", "strchr", "strcmp", "strcoll", "strcpy", "strcspn", "strerror", "strftime", "strlen",
+    "strncat", "strncmp", "strncpy", "strpbrk", "strrchr", "strspn", "strstr", "strtod", "strtok", "strtol",
+    "strtoul", "strxfrm", "system", "tan", "tanh", "time", "tmpfile", "tmpnam", "tolower", "toupper", "ungetc",
+    "vfprintf", "vprintf", "vsprintf", "wcstombs", "wctomb"};
+// clang-format on
 
 bool is_system_name(llvm::StringRef name) {
     return std::binary_search(std::begin(system_names), std::end(system_names), name,
@@ -145,7 +144,8 @@ SYMTAB* FRONT::variable_symbol(const VarDecl* v) {
     SYMTAB* sym = out.global(name, type, sclass, position(d->getLocation()), align);
     linked[name] = sym;
     symbols[v->getCanonicalDecl()] = sym;
-    if (const auto* s = d->getAttr<SectionAttr>()) out.add_pragma(sym, PRAGMA::PRAGMA_DATA_SECTION, {s->getName().str()});
+    if (const auto* s = d->getAttr<SectionAttr>())
+        out.add_pragma(sym, PRAGMA::PRAGMA_DATA_SECTION, {s->getName().str()});
     common_pragmas(sym, d);
     if (defined) waiting_variables.push_back(d);
     return sym;
@@ -211,11 +211,6 @@ bool FRONT::wanted_unasked(const FunctionDecl* f) {
     return external || ctx.getSourceManager().isInMainFile(ctx.getSourceManager().getExpansionLoc(f->getLocation()));
 }
 
-void FRONT::define_global(const VarDecl* v) {
-    SYMTAB* sym = variable_symbol(v);
-    (void)sym;
-}
-
 void FRONT::top_level(const Decl* d) {
     if (const auto* f = dyn_cast<FunctionDecl>(d)) {
         check_attributes(f);
@@ -226,15 +221,17 @@ void FRONT::top_level(const Decl* d) {
     }
     if (const auto* v = dyn_cast<VarDecl>(d)) {
         if (v->isThisDeclarationADefinition(ctx) == VarDecl::DeclarationOnly) return;
-        bool from_header = !ctx.getSourceManager().isInMainFile(ctx.getSourceManager().getExpansionLoc(v->getLocation()));
+        bool from_header =
+            !ctx.getSourceManager().isInMainFile(ctx.getSourceManager().getExpansionLoc(v->getLocation()));
         if (from_header && !v->isExternallyVisible() && !v->hasAttr<UsedAttr>()) return;
-        define_global(v);
+        variable_symbol(v);
         return;
     }
     if (const auto* s = dyn_cast<StaticAssertDecl>(d)) {
         if (m.int_constant(s->getAssertExpr(), "asserted expression") == 0)
-            m.refuse(s->getLocation(), llvm::Twine("static assertion failed") +
-                                           (s->getMessage() != nullptr ? ": " + s->getMessage()->getString().str() : ""));
+            m.refuse(s->getLocation(),
+                     llvm::Twine("static assertion failed") +
+                         (s->getMessage() != nullptr ? ": " + s->getMessage()->getString().str() : ""));
         return;
     }
     if (const auto* a = dyn_cast<FileScopeAsmDecl>(d)) {
@@ -243,7 +240,8 @@ void FRONT::top_level(const Decl* d) {
     }
     if (const auto* r = dyn_cast<RecordDecl>(d)) {
         // Faults of a record are reported even if nothing uses it.
-        if (r->isCompleteDefinition() && ctx.getSourceManager().isInMainFile(ctx.getSourceManager().getExpansionLoc(r->getLocation())))
+        if (r->isCompleteDefinition() &&
+            ctx.getSourceManager().isInMainFile(ctx.getSourceManager().getExpansionLoc(r->getLocation())))
             m.record_type(r);
         return;
     }
@@ -269,8 +267,7 @@ void FRONT::emit_deferred() {
                 try {
                     SYMTAB* sym = symbol_of(v);
                     static_initialiser(sym, sym->type, v->getInit());
-                } catch (REFUSED&) {
-                }
+                } catch (REFUSED&) {}
             }
             continue;
         }
@@ -280,8 +277,7 @@ void FRONT::emit_deferred() {
         for (const FunctionDecl* f : now) {
             try {
                 define_function(f);
-            } catch (REFUSED&) {
-            }
+            } catch (REFUSED&) {}
         }
     }
 }
@@ -290,8 +286,7 @@ void FRONT::translate_unit() {
     for (const Decl* d : ctx.getTranslationUnitDecl()->decls()) {
         try {
             top_level(d);
-        } catch (REFUSED&) {
-        }
+        } catch (REFUSED&) {}
     }
     emit_deferred();
 }

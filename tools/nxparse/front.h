@@ -1,8 +1,8 @@
 // FRONT: from Clang's syntax tree to icode, one translation unit.
 //
 // Declarations are handled in source order after the whole unit was parsed. Each function is translated into a
-// FUNCTION_BODY and written; initialisers are collected and written at the end. What is not supported is reported at its
-// place, and the unit then gives no file.
+// FUNCTION_BODY and written; initialisers are collected and written at the end. What is not supported is reported at
+// its place, and the unit then gives no file.
 #ifndef NXPARSE_FRONT_H
 #define NXPARSE_FRONT_H
 
@@ -32,7 +32,6 @@ class FRONT {
     void define_function(const clang::FunctionDecl*);
     void translate_body(const clang::FunctionDecl*);
     void emit_deferred();
-    void define_global(const clang::VarDecl*);
     SYMTAB* global_symbol(const clang::ValueDecl*);
     SYMTAB* function_symbol(const clang::FunctionDecl*);
     SYMTAB* variable_symbol(const clang::VarDecl*);
@@ -43,23 +42,23 @@ class FRONT {
     bool wanted_unasked(const clang::FunctionDecl*);
     uint32_t alignment_of(const clang::VarDecl*);
     SYMTAB* static_local(const clang::VarDecl*);
-    SYMTAB* local_symbol(const clang::VarDecl*);          // declares it in the block in work
+    SYMTAB* local_symbol(const clang::VarDecl*); // declares it in the block in work
     SYMTAB* symbol_of(const clang::ValueDecl*);
     SYMTAB* hidden_static(const std::string& stem, TYPE*, clang::SourceLocation);
     SYMTAB* wide_string(const clang::StringLiteral*);
-    SYMTAB* temporary(TYPE*);                             // a fresh local of the block in work
+    SYMTAB* temporary(TYPE*); // a fresh local of the block in work
     PSN* position(clang::SourceLocation);
 
     // ---- expressions (expr.cpp, operators.cpp, call.cpp)
-    NODE* value(const Expr*);                             // of scalar type
+    NODE* value(const Expr*); // of scalar type
     PLACE lvalue(const Expr*);
-    PLACE struct_value(const Expr*);                      // an lvalue, a call or a STASG
-    PLACE struct_place(const Expr*);                      // an lvalue
-    NODE* effect_tree(const Expr*);                       // for its effect only; null if it has none
+    PLACE struct_value(const Expr*); // an lvalue, a call or a STASG
+    PLACE struct_place(const Expr*); // an lvalue
+    NODE* effect_tree(const Expr*);  // for its effect only; null if it has none
     NODE* condition(const Expr*);
-    NODE* truth(NODE*);                                   // a scalar as a condition
+    NODE* truth(NODE*); // a scalar as a condition
     NODE* convert(NODE*, TYPE* to);
-    NODE* constant(const CVAL&);                          // no addresses of objects
+    NODE* constant(const CVAL&); // no addresses of objects
     bool literal_constant(const Expr*, CVAL&);
     NODE* conversion(const clang::CastExpr*);
     NODE* decay(const Expr*);
@@ -86,7 +85,7 @@ class FRONT {
         NODE* second;
     };
     TWICE lvalue_twice(const Expr*, PLACE);
-    PLACE call(const clang::CallExpr*);                   // node: the call; pre: what its arguments need first
+    PLACE call(const clang::CallExpr*); // node: the call; pre: what its arguments need first
     bool builtin_call(const clang::CallExpr*, PLACE&);
     NODE* callee(const Expr*);
 
@@ -99,14 +98,14 @@ class FRONT {
         uint64_t bit = 0;
         TYPE* type = nullptr;
         const clang::FieldDecl* bitfield = nullptr;
-        const Expr* init = nullptr;                       // null: zero of the type, which may be an aggregate
-        const clang::StringLiteral* text = nullptr;       // for an array of characters
-        bool late = false;                                // overwrites part of an earlier leaf
+        const Expr* init = nullptr;                 // null: zero of the type, which may be an aggregate
+        const clang::StringLiteral* text = nullptr; // for an array of characters
+        bool late = false;                          // overwrites part of an earlier leaf
         std::vector<STEP> path;
     };
     struct LEAVES {
         std::vector<LEAF> list;
-        bool needs_zero = false;                          // a union is initialised by a smaller member
+        bool needs_zero = false; // a union is initialised by a smaller member
     };
     void collect(const Expr* init, TYPE*, uint64_t bit, std::vector<STEP>& path, LEAVES&);
     void collect_list(const clang::InitListExpr*, TYPE*, uint64_t bit, std::vector<STEP>& path, LEAVES&);
@@ -124,7 +123,7 @@ class FRONT {
 
     // ---- statements (stmt.cpp)
     void stmt(const Stmt*);
-    void effect(const Expr*);                             // as statements
+    void effect(const Expr*); // as statements
     void add(NODE*, clang::SourceLocation);
     void add_label(uint32_t);
     void branch(uint32_t label, clang::SourceLocation);
@@ -155,15 +154,15 @@ class FRONT {
     const std::vector<LOOP_PRAGMA>& loop_pragmas;
     size_t next_pragma = 0;
 
-    std::map<const clang::Decl*, SYMTAB*> symbols;        // by canonical declaration
-    std::map<std::string, SYMTAB*> linked;                // symbols with linkage, by name
-    std::map<const Expr*, SYMTAB*> literals;              // static compound literals, wide strings
+    std::map<const clang::Decl*, SYMTAB*> symbols; // by canonical declaration
+    std::map<std::string, SYMTAB*> linked;         // symbols with linkage, by name
+    std::map<const Expr*, SYMTAB*> literals;       // static compound literals, wide strings
     std::map<std::vector<uint32_t>, SYMTAB*> wide_strings;
     std::map<const clang::FunctionDecl*, int> functions;  // definitions: 0 waiting, 1 asked for, 2 done
     std::vector<const clang::FunctionDecl*> asked;        // in the order of first use
     std::vector<const clang::VarDecl*> waiting_variables; // statics of headers, defined on first use
     std::map<const clang::VarDecl*, bool> defined_variables;
-    unsigned static_count = 0;                            // of invented names
+    unsigned static_count = 0; // of invented names
 
     // of the function in work
     const clang::FunctionDecl* function = nullptr;

@@ -47,7 +47,8 @@ void FRONT::collect_list(const InitListExpr* list, TYPE* t, uint64_t bit, std::v
             const Expr* init = list->getInit(i);
             if (i >= count) {
                 if (isa<ImplicitValueInitExpr>(init)) continue;
-                m.refuse(init->getExprLoc(), "more initialisers than the array has elements here, where a char has 16 bits");
+                m.refuse(init->getExprLoc(),
+                         "more initialisers than the array has elements here, where a char has 16 bits");
             }
             path.push_back({nullptr, i});
             collect(init, elem, bit + uint64_t{i} * elem->size_bits, path, leaves);
@@ -55,7 +56,8 @@ void FRONT::collect_list(const InitListExpr* list, TYPE* t, uint64_t bit, std::v
         }
         if (list->getNumInits() < count) { // the rest is zero
             if (list->hasArrayFiller() && !isa<ImplicitValueInitExpr>(list->getArrayFiller()))
-                if (const auto* fill = dyn_cast<InitListExpr>(list->getArrayFiller()); fill == nullptr || fill->getNumInits() != 0)
+                if (const auto* fill = dyn_cast<InitListExpr>(list->getArrayFiller());
+                    fill == nullptr || fill->getNumInits() != 0)
                     m.refuse(list->getExprLoc(), "this initialiser is not supported");
             for (uint64_t i = list->getNumInits(); i < count && i <= list->getNumInits() + max_leaf_assignments; ++i) {
                 LEAF zero;
@@ -99,7 +101,8 @@ void FRONT::collect_list(const InitListExpr* list, TYPE* t, uint64_t bit, std::v
         if (i < list->getNumInits()) {
             if (member.type->is_array() && !member.type->descriptor->array->complete) {
                 if (!isa<ImplicitValueInitExpr>(list->getInit(i)))
-                    m.refuse(list->getInit(i)->getExprLoc(), "the initialisation of a flexible array member is not supported");
+                    m.refuse(list->getInit(i)->getExprLoc(),
+                             "the initialisation of a flexible array member is not supported");
             } else {
                 collect(list->getInit(i), member.type, bit + member.offset, path, leaves);
             }
@@ -139,7 +142,8 @@ void FRONT::collect(const Expr* init, TYPE* t, uint64_t bit, std::vector<STEP>& 
                 collect(c->getInitializer(), t, bit, path, leaves);
                 return;
             }
-            if (!isa<ImplicitValueInitExpr>(e)) m.refuse(e->getExprLoc(), "this initialiser of an array is not supported");
+            if (!isa<ImplicitValueInitExpr>(e))
+                m.refuse(e->getExprLoc(), "this initialiser of an array is not supported");
         } else if (leaf.text->getLength() > t->elem_count()) {
             m.refuse(e->getExprLoc(), "the string is longer than the array");
         }
@@ -179,8 +183,8 @@ NODE* FRONT::constant_node(const CVAL& v, TYPE* to, SourceLocation where) {
 // Nodes of a record 105, without the ENDINIT. With `not_constant`, leaves that are no constants are put there.
 std::vector<NODE*> FRONT::initialiser_nodes(const LEAVES& leaves, std::vector<const LEAF*>* not_constant) {
     std::vector<NODE*> nodes;
-    uint64_t here = 0;                    // units written
-    std::map<uint64_t, uint32_t> bits;    // units of bit-fields not written yet
+    uint64_t here = 0;                 // units written
+    std::map<uint64_t, uint32_t> bits; // units of bit-fields not written yet
     auto skip_to = [&](uint64_t unit) {
         if (unit > here) {
             NODE* n = node0(SKIP, nullptr);
@@ -216,7 +220,8 @@ std::vector<NODE*> FRONT::initialiser_nodes(const LEAVES& leaves, std::vector<co
                 nodes.push_back(scon(bytes, m.array_of(elem, count, leaf.text->getBeginLoc())));
             } else {
                 std::vector<uint32_t> units = m.code_units(leaf.text);
-                for (uint64_t i = 0; i < count; ++i) nodes.push_back(icon(INT65(i < units.size() ? units[i] : 0u), elem));
+                for (uint64_t i = 0; i < count; ++i)
+                    nodes.push_back(icon(INT65(i < units.size() ? units[i] : 0u), elem));
             }
             here += count * (elem->size_bits / 16);
             continue;
@@ -332,7 +337,8 @@ void FRONT::assign_leaf(SYMTAB* sym, TYPE* t, const LEAF& leaf, std::vector<NODE
             uint32_t code = i < units.size() ? units[i] : 0;
             NODE* base = address(copy_tree(place), m.pointer_to(elem));
             if (i != 0) base = node2(PLUS, base->type, base, icon(int64_t{i} * (elem->size_bits / 16)));
-            trees.push_back(node2(ASG, m.value_type(elem), node1(UMULT, elem, base), icon(INT65(code), m.value_type(elem))));
+            trees.push_back(
+                node2(ASG, m.value_type(elem), node1(UMULT, elem, base), icon(INT65(code), m.value_type(elem))));
         }
         erase_tree(place);
         return;
@@ -352,7 +358,8 @@ void FRONT::assign_leaf(SYMTAB* sym, TYPE* t, const LEAF& leaf, std::vector<NODE
 
 NODE* FRONT::memcpy_tree(NODE* to, NODE* from, uint32_t units) {
     TYPE* vp = tp->void_ptr;
-    NODE* list = chain(COMMA, {convert(to, vp), convert(from, vp), icon(INT65(units), tp->uint_type())}, tp->int_type());
+    NODE* list =
+        chain(COMMA, {convert(to, vp), convert(from, vp), icon(INT65(units), tp->uint_type())}, tp->int_type());
     return node1(MEMCPY, vp, list);
 }
 
@@ -374,11 +381,12 @@ void FRONT::text_initialiser(SYMTAB* sym, TYPE* t, const StringLiteral* s, std::
     initialise_by_copy(sym, t, leaves, trees, s->getBeginLoc());
 }
 
-void FRONT::initialise_by_copy(SYMTAB* sym, TYPE* t, const LEAVES& leaves, std::vector<NODE*>& trees, SourceLocation where) {
+void FRONT::initialise_by_copy(SYMTAB* sym, TYPE* t, const LEAVES& leaves, std::vector<NODE*>& trees,
+                               SourceLocation where) {
     std::vector<const LEAF*> rest;
     std::vector<NODE*> nodes = initialiser_nodes(leaves, &rest);
-    TYPE* constant_type = t->is_array() ? tp->mk_array(tp->mk_qual(t->elem_type(), QUAL_CONST), t->elem_count(), t->size_bits,
-                                                       t->align_bits, false, true)
+    TYPE* constant_type = t->is_array() ? tp->mk_array(tp->mk_qual(t->elem_type(), QUAL_CONST), t->elem_count(),
+                                                       t->size_bits, t->align_bits, false, true)
                                         : tp->mk_qual(t->stqs(), QUAL_CONST);
     SYMTAB* origin = hidden_static(std::string("_") + sym->name, constant_type, where);
     out.set_initialiser(origin, std::move(nodes));

@@ -1,8 +1,8 @@
 // Record layout.
 //
 // Members stand in order, each at the next multiple of its alignment. A bit-field of width w takes the next w bits if
-// it does not cross a multiple of the size of its declared type, else it starts at the next multiple; width 0 closes the
-// unit. Named members give the record their alignment; the size is rounded up to it. A union's members stand at 0.
+// it does not cross a multiple of the size of its declared type, else it starts at the next multiple; width 0 closes
+// the unit. Named members give the record their alignment; the size is rounded up to it. A union's members stand at 0.
 #include "model.h"
 
 using namespace clang;
@@ -12,7 +12,8 @@ static uint64_t round_up(uint64_t n, uint64_t to) { return (n + to - 1) / to * t
 MODEL::MEASURE MODEL::measure(QualType q, SourceLocation where) {
     const Type* t = q.getTypePtr();
     if (const auto* td = dyn_cast<TypedefType>(t))
-        if (td->getDecl()->getTypeSourceInfo() != nullptr) return measure(td->getDecl()->getTypeSourceInfo()->getTypeLoc());
+        if (td->getDecl()->getTypeSourceInfo() != nullptr)
+            return measure(td->getDecl()->getTypeSourceInfo()->getTypeLoc());
     if (const auto* r = t->getAs<RecordType>()) {
         const RecordDecl* d = r->getDecl()->getDefinition();
         if (d == nullptr) refuse(where, "the size of an incomplete type is needed");
@@ -121,7 +122,8 @@ TYPE* MODEL::record_type(const RecordDecl* any) {
                 m.type = enum_value_type(p.field->getType(), p.field->getLocation());
             std::string label = p.field->getName().str();
             if (label.empty()) label = "__anon" + std::to_string(anonymous++);
-            m.mdata = tp->add_member(t, std::make_unique<fkMDATA>(label.c_str(), m.type, int32_t(p.offset), p.width, m.bitfield));
+            m.mdata = tp->add_member(
+                t, std::make_unique<fkMDATA>(label.c_str(), m.type, int32_t(p.offset), p.width, m.bitfield));
         }
     }
     TYPE* frozen = t;

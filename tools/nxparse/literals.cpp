@@ -66,7 +66,8 @@ std::vector<CHANGE> change_escapes(std::string& text) {
             ++i;
             continue;
         }
-        bool wide = i > 0 && (text[i - 1] == 'L' || text[i - 1] == 'u' || text[i - 1] == 'U') && (i < 2 || !is_word(text[i - 2]));
+        bool wide = i > 0 && (text[i - 1] == 'L' || text[i - 1] == 'u' || text[i - 1] == 'U') &&
+                    (i < 2 || !is_word(text[i - 2]));
         for (++i; i < n && text[i] != c && text[i] != '\n'; ++i) {
             if (text[i] != '\\') continue;
             uint32_t value = 0;
@@ -125,7 +126,8 @@ class ESCAPE_FILE_SYSTEM final : public llvm::vfs::ProxyFileSystem {
 
 } // namespace
 
-llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem> with_large_escapes(llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem> files) {
+llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem>
+with_large_escapes(llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem> files) {
     return llvm::makeIntrusiveRefCnt<ESCAPE_FILE_SYSTEM>(std::move(files));
 }
 
@@ -185,7 +187,8 @@ std::vector<uint32_t> MODEL::code_units(const StringLiteral* s) {
     }
     for (unsigned i = 0; i < s->getNumConcatenated(); ++i)
         decode(spelling(ctx, s->getStrTokenLoc(i), true), s->getStrTokenLoc(i), units);
-    if (units.size() != s->getLength()) refuse(s->getBeginLoc(), "this literal is not supported beside an escape above 255");
+    if (units.size() != s->getLength())
+        refuse(s->getBeginLoc(), "this literal is not supported beside an escape above 255");
     return units;
 }
 
@@ -196,7 +199,8 @@ int64_t MODEL::character(const CharacterLiteral* c) {
         std::vector<uint32_t> units;
         decode(token, c->getLocation(), units);
         if (units.size() == 1) return int16_t(units[0]);
-        refuse(c->getLocation(), "a character constant of several characters with an escape above 255 is not supported");
+        refuse(c->getLocation(),
+               "a character constant of several characters with an escape above 255 is not supported");
     }
     // A single character from 128 to 255 is negative to Clang, but positive in a 16-bit char.
     if (int32_t(value) < 0 && int32_t(value) >= -128) value &= 0xFF;

@@ -5,6 +5,7 @@
 #include "clang_pch.h"
 
 // `files`, with such escapes changed in what is read and their values remembered for MODEL::code_units.
-llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem> with_large_escapes(llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem> files);
+llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem>
+with_large_escapes(llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem> files);
 
 #endif

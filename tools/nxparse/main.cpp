@@ -3,8 +3,8 @@
 #include "literals.h"
 #include "target.h"
 
-#include "clang/Frontend/Utils.h"
 #include "clang/Frontend/PreprocessorOutputOptions.h"
+#include "clang/Frontend/Utils.h"
 #include "llvm/Support/raw_ostream.h"
 
 #include <cstdlib>
@@ -75,7 +75,9 @@ COMMAND parse_command(int argc, char** argv) {
         } else if (strcmp(a, "-fsyntax-only") == 0) {
             c.check_only = true;
         } else if (starts_with(a, "-isystem") || starts_with(a, "-include") || starts_with(a, "-iquote")) {
-            const char* option = starts_with(a, "-isystem") ? "-isystem" : starts_with(a, "-include") ? "-include" : "-iquote";
+            const char* option = starts_with(a, "-isystem")   ? "-isystem"
+                                 : starts_with(a, "-include") ? "-include"
+                                                              : "-iquote";
             c.clang_args.push_back(option);
             c.clang_args.push_back(operand(option));
         } else if (a[1] == 'I' || a[1] == 'D' || a[1] == 'U') {
@@ -109,20 +111,34 @@ COMMAND parse_command(int argc, char** argv) {
 }
 
 // Warnings that Clang decides with a char of 8 bits, or that mean nothing here.
-const char* const muted[] = {
-    "-Wno-constant-conversion", "-Wno-bitfield-constant-conversion", "-Wno-tautological-compare",
-    "-Wno-tautological-constant-compare", "-Wno-tautological-constant-out-of-range-compare", "-Wno-integer-overflow",
-    "-Wno-array-bounds", "-Wno-shift-count-overflow", "-Wno-shift-overflow", "-Wno-division-by-zero",
-    "-Wno-fortify-source", "-Wno-excess-initializers", "-Wno-sizeof-array-div", "-Wno-literal-range",
-    "-Wno-builtin-requires-header", "-Wno-incompatible-library-redeclaration", "-Wno-pointer-to-int-cast",
-    "-Wno-int-to-pointer-cast", "-Wno-implicit-const-int-float-conversion"};
+const char* const muted[] = {"-Wno-constant-conversion",
+                             "-Wno-bitfield-constant-conversion",
+                             "-Wno-tautological-compare",
+                             "-Wno-tautological-constant-compare",
+                             "-Wno-tautological-constant-out-of-range-compare",
+                             "-Wno-integer-overflow",
+                             "-Wno-array-bounds",
+                             "-Wno-shift-count-overflow",
+                             "-Wno-shift-overflow",
+                             "-Wno-division-by-zero",
+                             "-Wno-fortify-source",
+                             "-Wno-excess-initializers",
+                             "-Wno-sizeof-array-div",
+                             "-Wno-literal-range",
+                             "-Wno-builtin-requires-header",
+                             "-Wno-incompatible-library-redeclaration",
+                             "-Wno-pointer-to-int-cast",
+                             "-Wno-int-to-pointer-cast",
+                             "-Wno-implicit-const-int-float-conversion"};
 
 // Clang's errors that it decides with a char of 8 bits are left out: front.cpp decides them anew.
 class NX_DIAGNOSTICS final : public TextDiagnosticPrinter {
   public:
     NX_DIAGNOSTICS(llvm::raw_ostream& os, DiagnosticOptions* options) : TextDiagnosticPrinter(os, options) {}
     void HandleDiagnostic(DiagnosticsEngine::Level level, const Diagnostic& info) override {
-        if (info.getID() == diag::err_static_assert_failed || info.getID() == diag::err_static_assert_requirement_failed) return;
+        if (info.getID() == diag::err_static_assert_failed ||
+            info.getID() == diag::err_static_assert_requirement_failed)
+            return;
         TextDiagnosticPrinter::HandleDiagnostic(level, info);
     }
 };
@@ -130,7 +146,8 @@ class NX_DIAGNOSTICS final : public TextDiagnosticPrinter {
 // The output under a name of its own until it is complete; deleted when the run ends without it.
 class OUTPUT_FILE {
   public:
-    explicit OUTPUT_FILE(const std::string& path) : path_(path), temporary_(path + ".part" + std::to_string(getpid())) {}
+    explicit OUTPUT_FILE(const std::string& path)
+        : path_(path), temporary_(path + ".part" + std::to_string(getpid())) {}
     FILE* open() {
         FILE* f = fopen(temporary_.c_str(), "w+b");
         if (f == nullptr) {
@@ -235,9 +252,20 @@ class NX_PREPROCESS final : public PreprocessorFrontendAction {
 };
 
 int compile(const COMMAND& command) {
-    std::vector<std::string> args = {"-triple", "unknown-unknown-none-elf", "-x", "c", "-std=gnu99", "-fno-builtin",
-                                     "-undef", "-nobuiltininc", "-nostdsysteminc", "-internal-isystem", header_folder,
-                                     "-fbracket-depth", "2048", "-disable-free"};
+    std::vector<std::string> args = {"-triple",
+                                     "unknown-unknown-none-elf",
+                                     "-x",
+                                     "c",
+                                     "-std=gnu99",
+                                     "-fno-builtin",
+                                     "-undef",
+                                     "-nobuiltininc",
+                                     "-nostdsysteminc",
+                                     "-internal-isystem",
+                                     header_folder,
+                                     "-fbracket-depth",
+                                     "2048",
+                                     "-disable-free"};
     for (const std::string& macro : predefined_macros()) args.push_back("-D" + macro);
     args.insert(args.end(), command.clang_args.begin(), command.clang_args.end());
     args.insert(args.end(), command.warnings.begin(), command.warnings.end());

@@ -1,8 +1,8 @@
 // MODEL: C types, record layout and constants of the target, whose char has 16 bits.
 //
-// Clang parses and types the program, but believes that a char has 8 bits. Its syntax trees, its arithmetic types and its
-// implicit casts do not depend on that; sizes, offsets, array bounds, enumerators and every folded value do. This class
-// computes those anew from the syntax trees. Types are the library's TYPE records; sizes are in bits, offsets of
+// Clang parses and types the program, but believes that a char has 8 bits. Its syntax trees, its arithmetic types and
+// its implicit casts do not depend on that; sizes, offsets, array bounds, enumerators and every folded value do. This
+// class computes those anew from the syntax trees. Types are the library's TYPE records; sizes are in bits, offsets of
 // addresses in 16-bit units.
 #ifndef NXPARSE_MODEL_H
 #define NXPARSE_MODEL_H
@@ -21,21 +21,21 @@ struct REFUSED {};
 struct CVAL {
     enum KIND { NONE, INT, FLT, ADDR };
     KIND kind = NONE;
-    TYPE* type = nullptr;          // unqualified
-    llvm::APSInt i;                // INT: as wide as the type, signedness of the type
-    llvm::APFloat f{0.0};          // FLT: in the type's format
-    const clang::Decl* decl = nullptr;       // ADDR: variable or function, or
-    const clang::Expr* literal = nullptr;    // ADDR: string literal, compound literal or __func__, or both null
-    int64_t units = 0;             // ADDR: offset in 16-bit units; without a base the address itself
+    TYPE* type = nullptr;                 // unqualified
+    llvm::APSInt i;                       // INT: as wide as the type, signedness of the type
+    llvm::APFloat f{0.0};                 // FLT: in the type's format
+    const clang::Decl* decl = nullptr;    // ADDR: variable or function, or
+    const clang::Expr* literal = nullptr; // ADDR: string literal, compound literal or __func__, or both null
+    int64_t units = 0;                    // ADDR: offset in 16-bit units; without a base the address itself
     bool is_zero() const;
 };
 
 // One member of a record as laid out.
 struct MEMBER {
-    fkMDATA* mdata = nullptr;      // null for an unnamed bit-field
-    TYPE* type = nullptr;          // declared type
-    uint64_t offset = 0;           // bits
-    uint32_t width = 0;            // bits
+    fkMDATA* mdata = nullptr; // null for an unnamed bit-field
+    TYPE* type = nullptr;     // declared type
+    uint64_t offset = 0;      // bits
+    uint32_t width = 0;       // bits
     bool bitfield = false;
 };
 
@@ -62,11 +62,11 @@ class MODEL {
     TYPE* type_of(clang::QualType, clang::SourceLocation where);
     TYPE* type_of(clang::TypeLoc);
     TYPE* type_of(const clang::TypeSourceInfo* info) { return type_of(info->getTypeLoc()); }
-    TYPE* type_of_decl(const clang::ValueDecl*);      // declared type, with qualifiers; parameters after adjustment
-    TYPE* type_of_expr(const clang::Expr*);           // lvalues with qualifiers
+    TYPE* type_of_decl(const clang::ValueDecl*); // declared type, with qualifiers; parameters after adjustment
+    TYPE* type_of_expr(const clang::Expr*);      // lvalues with qualifiers
     TYPE* unqual(TYPE* t) { return t->stqs(); }
-    TYPE* value_type(TYPE* t);                        // of an expression node: unqualified, an enum's underlying type
-    TYPE* lvalue_type(TYPE* t);                       // the same with the qualifiers kept
+    TYPE* value_type(TYPE* t);  // of an expression node: unqualified, an enum's underlying type
+    TYPE* lvalue_type(TYPE* t); // the same with the qualifiers kept
     TYPE* pointer_to(TYPE* t) { return tp->mk_ptr(t, 32, 32); }
     TYPE* decayed(TYPE* array) { return pointer_to(array->elem_type()); }
     TYPE* array_of(TYPE* elem, uint64_t count, clang::SourceLocation where);
@@ -82,15 +82,15 @@ class MODEL {
     // ---- literals (literals.cpp)
     // The characters of a string without its final 0. Each is one unit, so up to 65535 (or a wide character).
     std::vector<uint32_t> code_units(const clang::StringLiteral*);
-    
+
     int64_t character(const clang::CharacterLiteral*);
 
     // ---- constants (consteval.cpp)
-    bool eval(const clang::Expr*, CVAL&);             // false if not a constant
-    bool eval_lvalue(const clang::Expr*, CVAL&);      // the address of an object or function
+    bool eval(const clang::Expr*, CVAL&);                            // false if not a constant
+    bool eval_lvalue(const clang::Expr*, CVAL&);                     // the address of an object or function
     llvm::APSInt int_constant(const clang::Expr*, const char* what); // refuses what is not an integer constant
     llvm::APSInt enumerator(const clang::EnumConstantDecl*);
-    bool convert(CVAL& v, TYPE* to);                  // as a cast does
+    bool convert(CVAL& v, TYPE* to); // as a cast does
     CVAL make_int(int64_t value, TYPE* t);
     static llvm::APFloat round_to(llvm::APFloat f, TYPE* t);
     static const llvm::fltSemantics& semantics(TYPE* t);

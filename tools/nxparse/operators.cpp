@@ -11,9 +11,7 @@ bool same_machine_type(TYPE* a, TYPE* b) {
            (a->is_fltpt() || a->is_signed() == b->is_signed());
 }
 
-TYPE* promoted(TYPE* t) {
-    return t->is_integral() && (t->size_bits < 32 || t->is_bool()) ? tp->int_type() : t;
-}
+TYPE* promoted(TYPE* t) { return t->is_integral() && (t->size_bits < 32 || t->is_bool()) ? tp->int_type() : t; }
 
 // The type in which an assignment operator on these operands computes.
 TYPE* combined(TYPE* a, TYPE* b) {
@@ -127,7 +125,8 @@ NODE* FRONT::unary(const UnaryOperator* e) {
     }
     case UO_Deref: {
         PLACE p = lvalue(e);
-        if (p.node->op == UMULT && m.type_of_expr(e)->is_func()) return address(p.node, m.pointer_to(m.type_of_expr(e)));
+        if (p.node->op == UMULT && m.type_of_expr(e)->is_func())
+            return address(p.node, m.pointer_to(m.type_of_expr(e)));
         return sequence(p.pre, p.node);
     }
     default: m.refuse(e->getExprLoc(), "this operator is not supported");
@@ -258,7 +257,8 @@ NODE* FRONT::compound_assignment(const CompoundAssignOperator* e) {
     NODE* right = value(e->getRHS());
     right = shift ? convert(right, tp->int_type()) : convert(right, compute);
     TYPE* own = shift ? promoted(t) : combined(t, right->type->stqs());
-    bool direct = t->is_fltpt() ? t == compute : !t->is_bool() && !compute->is_fltpt() && same_machine_type(own, compute);
+    bool direct =
+        t->is_fltpt() ? t == compute : !t->is_bool() && !compute->is_fltpt() && same_machine_type(own, compute);
     if (direct) return sequence(to.pre, node2(assign_opcode(plain), t, to.node, right));
     TWICE lv = lvalue_twice(e->getLHS(), to);
     NODE* result = node2(plain, compute, convert(lv.second, compute), right);

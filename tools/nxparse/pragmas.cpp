@@ -18,8 +18,8 @@ class LOOP_PRAGMA_HANDLER final : public PragmaHandler {
         do pp.Lex(t);
         while (t.isNot(tok::eod));
         if (!good) {
-            unsigned id = pp.getDiagnostics().getCustomDiagID(DiagnosticsEngine::Warning,
-                                                              "malformed '#pragma %0', ignored");
+            unsigned id =
+                pp.getDiagnostics().getCustomDiagID(DiagnosticsEngine::Warning, "malformed '#pragma %0', ignored");
             pp.Diag(first.getLocation(), id) << getName();
             return;
         }

@@ -6,8 +6,8 @@
 
 struct LOOP_PRAGMA {
     clang::SourceLocation where;
-    unsigned kind;                     // PRAGMA::KIND
-    std::vector<std::string> strings;  // "" for an argument left out
+    unsigned kind;                    // PRAGMA::KIND
+    std::vector<std::string> strings; // "" for an argument left out
 };
 
 // Makes the preprocessor put every pragma of a loop that it meets at the end of `found`, in source order.

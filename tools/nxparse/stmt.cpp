@@ -49,7 +49,8 @@ void FRONT::close_block(SourceLocation end) {
     open_blocks.pop_back();
 }
 
-// ------------------------------------------------------------------------------------------------ effects of expressions
+// ------------------------------------------------------------------------------------------------ effects of
+// expressions
 
 void FRONT::conditional_effect(const AbstractConditionalOperator* e) {
     uint32_t otherwise = new_label(), end = new_label();
@@ -102,7 +103,8 @@ void FRONT::effect(const Expr* e) {
     if (n != nullptr) parts.push_back(n);
     for (size_t i = parts.size(); i-- > 0;) {
         NODE* part = parts[i];
-        bool dead = i == 0 && parts.size() > 1 && (part->op == NAME || part->op == ICON) && part->type->qual_kind() == 0;
+        bool dead =
+            i == 0 && parts.size() > 1 && (part->op == NAME || part->op == ICON) && part->type->qual_kind() == 0;
         if (dead)
             erase_tree(part);
         else
@@ -189,11 +191,13 @@ void FRONT::loop_header(const Stmt* s, const Expr* step, const Expr* cond, const
     std::string variable;
     auto named = [&](const Expr* e) {
         const auto* ref = e != nullptr ? dyn_cast<DeclRefExpr>(e->IgnoreParenImpCasts()) : nullptr;
-        if (ref != nullptr && variable.empty() && isa<VarDecl>(ref->getDecl())) variable = ref->getDecl()->getName().str();
+        if (ref != nullptr && variable.empty() && isa<VarDecl>(ref->getDecl()))
+            variable = ref->getDecl()->getName().str();
     };
     if (step != nullptr) {
         const Expr* x = step->IgnoreParens();
-        if (const auto* u = dyn_cast<UnaryOperator>(x); u != nullptr && u->isIncrementDecrementOp()) named(u->getSubExpr());
+        if (const auto* u = dyn_cast<UnaryOperator>(x); u != nullptr && u->isIncrementDecrementOp())
+            named(u->getSubExpr());
         if (const auto* b = dyn_cast<BinaryOperator>(x); b != nullptr && b->isAssignmentOp()) named(b->getLHS());
         if (variable.empty() && cond != nullptr)
             if (const auto* b = dyn_cast<BinaryOperator>(cond->IgnoreParens()); b != nullptr && b->isComparisonOp())
@@ -204,8 +208,9 @@ void FRONT::loop_header(const Stmt* s, const Expr* step, const Expr* cond, const
         return std::to_string(p.isValid() ? p.getLine() : 0);
     };
     ITEM item;
-    item.pragma = std::make_unique<PRAGMA>(PRAGMA::PRAGMA_SRC_LOOP, std::vector<std::string>{line(s->getBeginLoc()), line(s->getEndLoc()),
-                                                                                       variable, kind});
+    item.pragma = std::make_unique<PRAGMA>(
+        PRAGMA::PRAGMA_SRC_LOOP,
+        std::vector<std::string>{line(s->getBeginLoc()), line(s->getEndLoc()), variable, kind});
     block().items.push_back(std::move(item));
 }
 
@@ -326,7 +331,8 @@ void FRONT::switch_stmt(const SwitchStmt* s) {
         for (llvm::APSInt v = first;; ++v) {
             if (seen[v.getExtValue()]) m.refuse(c->getCaseLoc(), "duplicate case value, where a char has 16 bits");
             seen[v.getExtValue()] = true;
-            list.push_back(node2(CASE, tp->int_type(), icon(INT65(static_cast<long long>(v.getExtValue())), t), label_ref(here)));
+            list.push_back(
+                node2(CASE, tp->int_type(), icon(INT65(static_cast<long long>(v.getExtValue())), t), label_ref(here)));
             if (v == last) break;
         }
     }
@@ -362,7 +368,6 @@ void FRONT::return_stmt(const ReturnStmt* s) {
     TYPE* t = return_type->stqs();
     if (t->is_csu()) {
         PLACE p = struct_value(e);
-        if (p.node->op == STASG) p = {sequence(p.pre, nullptr), p.node};
         if (p.node->op == STASG) { // the value of an assignment: what was assigned
             SYMTAB* temp = temporary(t);
             p.pre = sequence(p.pre, node2(STASG, t, name_of(temp, t), p.node));

@@ -139,8 +139,8 @@ TYPE* MODEL::typedef_type(const TypedefNameDecl* d, SourceLocation where) {
     auto found = decl_types_.find(d);
     if (found != decl_types_.end()) return found->second;
     if (d->hasAttr<AlignedAttr>()) refuse(d->getLocation(), "attribute 'aligned' on a type is not supported");
-    TYPE* t = d->getTypeSourceInfo() != nullptr ? type_of(d->getTypeSourceInfo())
-                                                : type_of(d->getUnderlyingType(), where);
+    TYPE* t =
+        d->getTypeSourceInfo() != nullptr ? type_of(d->getTypeSourceInfo()) : type_of(d->getUnderlyingType(), where);
     decl_types_[d] = t;
     return t;
 }
@@ -177,7 +177,9 @@ TYPE* MODEL::type_of(QualType q, SourceLocation where) {
     case Type::Vector:
     case Type::ExtVector: refuse(where, "vector types are not supported");
     case Type::Atomic: refuse(where, "atomic types are not supported");
-    case Type::FunctionNoProto: r = function_type(type_of(cast<FunctionType>(t)->getReturnType(), where), {}, false, false); break;
+    case Type::FunctionNoProto:
+        r = function_type(type_of(cast<FunctionType>(t)->getReturnType(), where), {}, false, false);
+        break;
     case Type::FunctionProto: {
         const auto* f = cast<FunctionProtoType>(t);
         std::vector<TYPE*> params;
@@ -294,7 +296,8 @@ TYPE* MODEL::type_of_decl(const ValueDecl* d) {
             t = info != nullptr ? type_of(info) : type_of(best->getType(), best->getLocation());
         } else {
             auto loc = info->getTypeLoc().getAs<FunctionTypeLoc>();
-            TYPE* ret = loc.isNull() ? type_of(best->getReturnType(), best->getLocation()) : type_of(loc.getReturnLoc());
+            TYPE* ret =
+                loc.isNull() ? type_of(best->getReturnType(), best->getLocation()) : type_of(loc.getReturnLoc());
             t = function_type(ret, {}, false, false);
         }
     } else if (const auto* m = dyn_cast<FieldDecl>(d)) {

@@ -1,6 +1,7 @@
 // nxrun: executes an icode file.
 #include "nxrun.h"
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,7 @@ const char* const usage =
     "\n"
     "  --count[=NAME]    count what is executed; JSON to standard error, or to the file NAME\n"
     "  --max-steps=N     stop after N executed tree nodes\n"
+    "  --time            report on standard error how many tree nodes ran in what time\n"
     "  --check-asserts   evaluate the assertions of the file; a false one stops the run\n"
     "  --strict          operands of differing types are an error; report float conversions out of range\n"
     "  --trap-overflow   stop at an overflow of signed arithmetic\n"
@@ -49,6 +51,7 @@ bool write_counts(const COUNTS& counts, const std::string& to) {
 int main(int argc, char** argv) {
     RUN_OPTIONS options;
     std::string count_file;
+    bool show_counts = false, show_time = false;
     int i = 1;
     for (; i < argc && argv[i][0] == '-' && argv[i][1] != 0; ++i) {
         const char* arg = argv[i];
@@ -66,15 +69,17 @@ int main(int argc, char** argv) {
             break;
         }
         if (strcmp(arg, "--count") == 0) {
-            options.count = true;
+            show_counts = true;
         } else if (has_prefix(arg, "--count=", rest) && *rest != 0) {
-            options.count = true;
+            show_counts = true;
             count_file = rest;
         } else if (has_prefix(arg, "--max-steps=", rest)) {
             char* end = nullptr;
             options.max_steps = strtoll(rest, &end, 10);
             if (*rest == 0 || *end != 0 || options.max_steps <= 0)
                 return bad_usage("--max-steps wants a positive number");
+        } else if (strcmp(arg, "--time") == 0) {
+            show_time = true;
         } else if (strcmp(arg, "--check-asserts") == 0) {
             options.check_asserts = true;
         } else if (strcmp(arg, "--strict") == 0) {
@@ -89,10 +94,17 @@ int main(int argc, char** argv) {
     std::string file = argv[i];
     for (; i < argc; ++i) options.args.push_back(argv[i]);
 
+    options.count = show_counts || show_time;
+    auto begin = std::chrono::steady_clock::now();
     RUN_RESULT result = run_icode_file(file, options);
+    std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
     fflush(stdout);
     if (result.how != RUN_RESULT::RAN) fprintf(stderr, "nxrun: %s\n", result.message.c_str());
-    if (options.count && result.how != RUN_RESULT::BAD && !write_counts(result.counts, count_file)) {
+    if (show_time && result.how != RUN_RESULT::BAD)
+        fprintf(stderr, "nxrun: %llu nodes in %.3f s, %.0f million a second\n",
+                static_cast<unsigned long long>(result.counts.nodes), seconds.count(),
+                static_cast<double>(result.counts.nodes) / seconds.count() / 1e6);
+    if (show_counts && result.how != RUN_RESULT::BAD && !write_counts(result.counts, count_file)) {
         fprintf(stderr, "nxrun: '%s' cannot be written\n", count_file.c_str());
         return 1;
     }

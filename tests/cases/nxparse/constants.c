@@ -7,11 +7,12 @@
 
 enum e { FIRST = (unsigned char)300, SECOND, SIGNED = (signed char)40000, UNITS = sizeof(long long) } e;
 struct s { int w : sizeof(int) * CHAR_BIT / 4; } s;
-// CHECK: .type {{[0-9]+}} = enum e
-// CHECK-DAG: FIRST = 300
-// CHECK-DAG: SECOND = 301
-// CHECK-DAG: SIGNED = -25536
-// CHECK-DAG: UNITS = 4
+// CHECK: w: int at 0 bits 8
+// CHECK: .enumerators enum e {
+// CHECK-NEXT: FIRST = 300
+// CHECK-NEXT: SECOND = 301
+// CHECK-NEXT: SIGNED = -25536
+// CHECK-NEXT: UNITS = 4
 
 // CHECK-DAG: global _by_size: char[4]
 char by_size[sizeof(long long)];

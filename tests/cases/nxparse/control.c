@@ -24,9 +24,10 @@ void loops(int n) {
     do n++;
     while (n < 5);
     // CHECK: if !({{.*}}) goto [[OUT:L[0-9]+]]
-    // CHECK: goto [[OUT]]
-    // CHECK: goto [[NEXT:L[0-9]+]]
-    // CHECK: [[NEXT]]:
+    // CHECK: {{^ +}}goto [[OUT]]
+    // CHECK: {{^ +}}goto [[NEXT:L[0-9]+]]
+    // CHECK: _g(n)
+    // CHECK-NEXT: [[NEXT]]:
     // CHECK-NEXT: n += 2
     for (; n < 9; n += 2) {
         if (f()) break;

@@ -1,5 +1,6 @@
 #include "cfg/cfg_fixture.h"
 
+#include <chrono>
 #include <random>
 
 namespace {
@@ -137,6 +138,37 @@ TEST_F(Layout, ShortReturnsAreCopiedInPlaceOfJumps) {
         EXPECT_EQ(run.end, "return 7");
         EXPECT_EQ(run.jumps, run.events[0] == 1 ? 1 : 2);
     }
+}
+
+// A loop with very many ways back, a deep nest, and a long row of loops.
+TEST_F(Layout, LargeLoopsTakeLinearTime) {
+    constexpr int n = 20000, depth = 2000;
+    std::vector<NODE*> stmts{label(1)};
+    for (int i = 0; i < n; i++) {
+        stmts.push_back(event(i));
+        stmts.push_back(unless(in(i % 6), 1));
+    }
+    for (int i = 0; i < depth; i++) {
+        stmts.push_back(label(10 + i));
+        stmts.push_back(unless(in(i % 6), 10 + depth + i));
+        stmts.push_back(event(i));
+    }
+    for (int i = depth - 1; i >= 0; i--) {
+        stmts.push_back(go(10 + i));
+        stmts.push_back(label(10 + depth + i));
+    }
+    for (int i = 0; i < n; i++) {
+        int a = 10 + 2 * (depth + i), b = a + 1;
+        for (NODE* stmt : {label(a), unless(in(i % 6), b), event(i), go(a), label(b), event(i)}) stmts.push_back(stmt);
+    }
+    auto start = std::chrono::steady_clock::now();
+    build(stmts);
+    simpcfg(true, false);
+    rotate();
+    straighten_traces_in_cfg();
+    expect_valid("straighten_traces_in_cfg");
+    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_LT(seconds, 10.0); // under a second
 }
 
 // ---------------------------------------------------------------------------------------------- random functions

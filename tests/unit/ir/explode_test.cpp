@@ -80,10 +80,52 @@ TEST_F(Explode, AssignmentsOfTheWholeComeApart) {
     SYMTAB* p = symbol("p", tp->mk_ptr(pair));
     SYMTAB* s = symbol("s", pair);
     SYMTAB* t = symbol("t", pair);
-    block({asg(name(s), mk_UMULT(name(p), pair)), asg(name(t), name(s)), give_back(dot(name(t), 1))});
+    block({asg(name(s), mk_UMULT(name(p), pair)), asg(name(t), name(s)),
+           give_back(plus(dot(name(t), 0), dot(name(t), 1)))});
     explode_auto_struct_vars();
     EXPECT_EQ(body(), (LINES{"$O$CSU$s$a = *p.a", "$O$CSU$s$b = *p.b", "$O$CSU$t$a = $O$CSU$s$a",
-                             "$O$CSU$t$b = $O$CSU$s$b", "return $O$CSU$t$b"}));
+                             "$O$CSU$t$b = $O$CSU$s$b", "return $O$CSU$t$a + $O$CSU$t$b"}));
+}
+
+// A member that nobody looks at may hold nothing; its copy by itself would be a fault.
+TEST_F(Explode, MembersThatNobodyReadsAreNotCopied) {
+    begin_body();
+    SYMTAB* p = symbol("p", tp->mk_ptr(pair));
+    SYMTAB* s = symbol("s", pair);
+    SYMTAB* t = symbol("t", pair);
+    SYMTAB* u = symbol("u", pair);
+    block({asg(name(s), mk_UMULT(name(p), pair)), asg(name(t), name(s)), asg(name(u), name(t)),
+           asg(dot(name(u), 0), icon(1)), give_back(dot(name(t), 1))});
+    explode_auto_struct_vars();
+    EXPECT_EQ(body(), (LINES{"$O$CSU$s$b = *p.b", "$O$CSU$t$b = $O$CSU$s$b", "$O$CSU$u$a = 1", "return $O$CSU$t$b"}));
+}
+
+// Of `*p` only the one member may hold a value that the other tells to look at.
+TEST_F(Explode, MembersThatArePerhapsReadKeepTheStruct) {
+    begin_body();
+    SYMTAB* p = symbol("p", tp->mk_ptr(pair));
+    SYMTAB* g = global("_g", pair);
+    SYMTAB* s = symbol("s", pair);
+    SYMTAB* t = symbol("t", pair);
+    auto guarded = [&](SYMTAB* sym) {
+        return asg(dot(name(g), 0), maketree(ANDAND, dot(name(sym), 0), dot(name(sym), 1), int_type));
+    };
+    block({asg(name(s), mk_UMULT(name(p), pair)), guarded(s), asg(name(t), name(g)), guarded(t)});
+    explode_auto_struct_vars();
+    EXPECT_EQ(body(), (LINES{"s = *p", "_g.a = s.a && s.b", "$O$CSU$t$a = _g.a", "$O$CSU$t$b = _g.b",
+                             "_g.a = $O$CSU$t$a && $O$CSU$t$b"}));
+}
+
+// A copy carries what was never assigned along; the variable in its place gets a value.
+TEST_F(Explode, VariablesThatAreCopiedHaveAValue) {
+    begin_body();
+    SYMTAB* p = symbol("p", tp->mk_ptr(pair));
+    SYMTAB* s = symbol("s", pair);
+    block({asg(dot(name(s), 0), icon(1))});
+    block({asg(mk_UMULT(name(p), pair), name(s))}, {0});
+    bind_edges();
+    explode_auto_struct_vars();
+    EXPECT_EQ(body(), (LINES{"$O$CSU$s$b = 0", "$O$CSU$s$a = 1", "*p.a = $O$CSU$s$a", "*p.b = $O$CSU$s$b"}));
 }
 
 // The first part assigned would change where the others are read.
@@ -122,9 +164,11 @@ TEST_F(Explode, NestedStructsComeApartRoundByRound) {
     begin_body();
     SYMTAB* o = symbol("o", outer);
     SYMTAB* p = symbol("p", pair);
-    block({asg(dot(dot(name(o), 0), 1), icon(1)), asg(dot(name(o), 0), name(p))});
+    block({asg(dot(name(p), 0), icon(3)), asg(dot(name(p), 1), icon(4)), asg(dot(dot(name(o), 0), 1), icon(1)),
+           asg(dot(name(o), 0), name(p))});
     explode_auto_struct_vars();
-    EXPECT_EQ(body(), (LINES{"$O$CSU$o$in$b = 1", "$O$CSU$o$in$a = $O$CSU$p$a", "$O$CSU$o$in$b = $O$CSU$p$b"}));
+    EXPECT_EQ(body(), (LINES{"$O$CSU$p$a = 3", "$O$CSU$p$b = 4", "$O$CSU$o$in$b = 1", "$O$CSU$o$in$a = $O$CSU$p$a",
+                             "$O$CSU$o$in$b = $O$CSU$p$b"}));
     EXPECT_EQ(f.memory_locals, nullptr);
 }
 
@@ -145,10 +189,10 @@ TEST_F(Explode, ParametersAreFilledThroughACopy) {
     SYMTAB* p = symbol("s", pair, SC_PARM, 1);
     begin_body();
     SYMTAB* s = symbol("s", pair);
-    block({asg(name(s), name(p)), give_back(dot(name(s), 1))});
+    block({asg(name(s), name(p)), give_back(plus(dot(name(s), 0), dot(name(s), 1)))});
     ASSERT_TRUE(tree_is_arg_prolog(f.bb_list->stmts->first));
     explode_auto_struct_vars();
-    EXPECT_EQ(body(), (LINES{"s = s", "$O$CSU$s$a = s.a", "$O$CSU$s$b = s.b", "return $O$CSU$s$b"}));
+    EXPECT_EQ(body(), (LINES{"s = s", "$O$CSU$s$a = s.a", "$O$CSU$s$b = s.b", "return $O$CSU$s$a + $O$CSU$s$b"}));
     const NODE* prolog = f.bb_list->stmts->first;
     EXPECT_TRUE(tree_is_arg_prolog(prolog));
     EXPECT_EQ(prolog->right->u.sym, p);
