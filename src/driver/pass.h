@@ -5,12 +5,12 @@
 #include <string>
 #include <vector>
 
-// An object with a serial number, its place in the manager that owns the numbering. Construction appends it there,
-// destruction clears its place.
+// An object with a serial number, its place in the manager that owns the numbering. Construction makes the place, which
+// the object itself fills in (before that it is no OBJECT yet); destruction clears it.
 template <typename OBJECT, typename MANAGER> class serial_object {
   public:
     explicit serial_object(MANAGER& owner) : serial(static_cast<int>(owner.objects.size())), manager(&owner) {
-        owner.objects.push_back(static_cast<OBJECT*>(this));
+        owner.objects.push_back(nullptr);
     }
     virtual ~serial_object() { manager->objects[static_cast<size_t>(serial)] = nullptr; }
     serial_object(const serial_object&) = delete;
@@ -30,7 +30,9 @@ class pass : public serial_object<pass, pass_manager> {
   public:
     using ACTION = void (*)();
     pass(std::string step_name, ACTION step_action, bool may_be_left_out, pass_manager& owner = global_pass_manager)
-        : serial_object(owner), name(std::move(step_name)), action(step_action), optional(may_be_left_out) {}
+        : serial_object(owner), name(std::move(step_name)), action(step_action), optional(may_be_left_out) {
+        owner.objects[static_cast<size_t>(serial)] = this;
+    }
     ~pass() override = default;
     virtual bool is_barrier() const { return false; }
 

@@ -34,6 +34,7 @@ namespace {
 
 constexpr size_t max_assignment_members = 4; // a struct assignment becomes at most so many plain ones
 constexpr int max_look_ahead = 32;           // statements in which a read is looked for
+constexpr int max_copy_chain = 3;            // copies through which that read may go
 constexpr int max_rounds = 8;                // nesting of structs that is taken apart
 constexpr int max_type_nesting = 64;         // a deeper aggregate is taken to hold something volatile
 constexpr const char* exploded_prefix = "$O$CSU$";
@@ -454,18 +455,19 @@ class EXPLOSION {
     }
 
     static bool is_read_soon(const COPY& copy, const fkMDATA* member) {
-        return is_read_behind(copy.cell, copy.target, member, max_look_ahead);
+        return is_read_behind(copy.cell, copy.target, member, max_look_ahead, max_copy_chain);
     }
 
     // Whether the statements behind the cell, in its block and up to the next call, read the member in any case,
     // directly or through another copy.
-    static bool is_read_behind(const LIST* cell, const CANDIDATE* c, const fkMDATA* member, int look_ahead) {
+    static bool is_read_behind(const LIST* cell, const CANDIDATE* c, const fkMDATA* member, int look_ahead, int chain) {
         for (cell = cell->rest; cell != nullptr && look_ahead-- > 0; cell = cell->rest) {
             const NODE* stmt = cell->first;
             bool stops = false;
             if (statement_reads(cell->first, c, member, stops)) return true;
-            if (stmt->op == STASG && candidate_named(stmt->right) == c && candidate_named(stmt->left) != nullptr &&
-                is_read_behind(cell, candidate_named(stmt->left), member, look_ahead))
+            if (chain > 0 && stmt->op == STASG && candidate_named(stmt->right) == c &&
+                candidate_named(stmt->left) != nullptr &&
+                is_read_behind(cell, candidate_named(stmt->left), member, look_ahead, chain - 1))
                 return true;
             if (stops) return false;
         }

@@ -44,7 +44,16 @@ int field_count(int op) {
 
 } // namespace
 
+// An address whose pointer type does not exist yet waits with it until it is an operand: in front of that a suffix may
+// still give it another type, and a type that nobody has must not be made.
+void PARSER::settle(int n) {
+    if (n >= 0 && at(n).op == UAND && at(n).type == no_type)
+        at(n).type = natural_type(tree, n, 0, scope, *this, true);
+}
+
 int PARSER::node(int op, const TOKEN& start, int left, int right) {
+    settle(left);
+    settle(right);
     ENODE n;
     n.op = static_cast<uint8_t>(op);
     n.left = left;
@@ -84,6 +93,7 @@ void PARSER::give_type(int n, uint32_t expect) {
 
 // Takes the tree that has been built; every node must have got its type.
 TREE PARSER::finish_tree(int root) {
+    settle(root);
     for (size_t i = 0; i < tree.nodes.size(); i++)
         if (tree.nodes[i].type == no_type)
             throw text_fault(node_places[i].first, node_places[i].second, "the type of this must be written");
@@ -127,6 +137,7 @@ int PARSER::top(uint32_t expect) {
     if (words == 2) lex.next();
     const int n = node(op, sign, left);
     const int right = operand(right_expectation(tree, n, expect, table));
+    settle(right);
     at(n).right = right;
     at(n).type = natural_type(tree, n, expect, scope, *this, true);
     if (infix_here(words) >= 0) fail(lex.peek(), "parentheses must show which operator goes first");
@@ -153,7 +164,8 @@ int PARSER::operand(uint32_t expect) {
             lex.next();
             const int of = operand(operand_expectation(op, expect));
             const int n = node(op, start, of);
-            at(n).type = natural_type(tree, n, expect, scope, *this, true);
+            TYPE_SOURCE known(table); // settle() makes what is missing
+            at(n).type = natural_type(tree, n, expect, scope, op == UAND ? known : *this, true);
             return n;
         }
         if (start.text == "(") {
@@ -366,6 +378,7 @@ int PARSER::chain(int op, const std::vector<int>& elements, const TOKEN& start) 
 // The arguments up to ")" and the fields in braces. `first`: none has been read since the opening parenthesis.
 int PARSER::call_rest(const TOKEN& start, int callee, bool first) {
     std::vector<int> arguments;
+    settle(callee);
     const uint32_t callee_type = at(callee).type;
     while (!take_punct(")")) {
         if (!first) need_punct(",");
@@ -444,6 +457,7 @@ int PARSER::functional(int op, const TOKEN& start, uint32_t expect) {
         need_punct(")");
         const size_t have = operands.size(), need = static_cast<size_t>(count);
         if (ternary && have == 3) {
+            settle(operands[2]);
             at(shell).right = operands[2];
             at(shell).type = natural_type(tree, shell, expect, scope, *this, true);
             operands = {operands[0], shell};

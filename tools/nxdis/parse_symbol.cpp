@@ -99,6 +99,7 @@ std::vector<TREE> PARSER::initialiser_list(uint32_t symbol_type) {
         skip_newlines();
         if (take_punct("}")) return nodes;
         const int root = top(leaf_type(table, symbol_type, bit));
+        settle(root);
         bit += initialiser_step(at(root), table);
         nodes.push_back(finish_tree(root));
         skip_newlines();

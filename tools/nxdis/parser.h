@@ -137,6 +137,7 @@ struct PARSER : TYPE_SOURCE {
     int direct_call(const TOKEN& start);
     int chain(int op, const std::vector<int>& elements, const TOKEN& start);
     int node(int op, const TOKEN& start, int left = -1, int right = -1);
+    void settle(int n);
     void give_type(int n, uint32_t expect); // the suffix, or the natural type
     bool take_suffix(uint32_t& type);
     ENODE& at(int n) { return tree[n]; }

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <pthread.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using namespace clang;
@@ -107,6 +108,10 @@ COMMAND parse_command(int argc, char** argv) {
         bool has_extension = dot != std::string::npos && dot != 0 && (slash == std::string::npos || dot > slash + 1);
         c.output = (has_extension ? c.input.substr(0, dot) : c.input) + ".ic";
     }
+    struct stat in, out;
+    if (!c.output.empty() && stat(c.input.c_str(), &in) == 0 && stat(c.output.c_str(), &out) == 0 &&
+        in.st_dev == out.st_dev && in.st_ino == out.st_ino)
+        usage_error("the output '" + c.output + "' is the input");
     return c;
 }
 
@@ -143,15 +148,21 @@ class NX_DIAGNOSTICS final : public TextDiagnosticPrinter {
     }
 };
 
-// The output under a name of its own until it is complete; deleted when the run ends without it.
+// The output: under a name of its own until it is complete, then in the place of an older one. A run that fails leaves
+// neither. What is no plain file, a device or a pipe, gets a copy.
 class OUTPUT_FILE {
   public:
-    explicit OUTPUT_FILE(const std::string& path)
-        : path_(path), temporary_(path + ".part" + std::to_string(getpid())) {}
+    explicit OUTPUT_FILE(const std::string& path) : path_(path), temporary_(path + ".part" + std::to_string(getpid())) {
+        struct stat there;
+        copied_ = stat(path.c_str(), &there) == 0 && !S_ISREG(there.st_mode);
+        if (copied_)
+            temporary_ = (getenv("TMPDIR") != nullptr ? getenv("TMPDIR") : P_tmpdir) + std::string("/nxparse.") +
+                         std::to_string(getpid());
+    }
     FILE* open() {
         FILE* f = fopen(temporary_.c_str(), "w+b");
         if (f == nullptr) {
-            fprintf(stderr, "nxparse: error: cannot write '%s': %s\n", path_.c_str(), strerror(errno));
+            complain();
             return nullptr;
         }
         pending = this;
@@ -160,10 +171,10 @@ class OUTPUT_FILE {
     }
     bool keep() {
         pending = nullptr;
-        if (rename(temporary_.c_str(), path_.c_str()) == 0) return true;
-        fprintf(stderr, "nxparse: error: cannot write '%s': %s\n", path_.c_str(), strerror(errno));
-        unlink(temporary_.c_str());
-        return false;
+        bool good = copied_ ? copy() : rename(temporary_.c_str(), path_.c_str()) == 0;
+        if (!good) complain();
+        if (!good || copied_) unlink(temporary_.c_str());
+        return good;
     }
 
     static void discard() {
@@ -172,8 +183,20 @@ class OUTPUT_FILE {
     }
 
   private:
+    bool copy() {
+        auto text = llvm::MemoryBuffer::getFile(temporary_);
+        FILE* f = text ? fopen(path_.c_str(), "wb") : nullptr;
+        if (f == nullptr) return false;
+        bool good = fwrite((*text)->getBufferStart(), 1, (*text)->getBufferSize(), f) == (*text)->getBufferSize();
+        return fclose(f) == 0 && good;
+    }
+    void complain() const {
+        fprintf(stderr, "nxparse: error: cannot write '%s': %s\n", path_.c_str(), strerror(errno));
+    }
+
     static OUTPUT_FILE* pending;
     std::string path_, temporary_;
+    bool copied_ = false;
 };
 OUTPUT_FILE* OUTPUT_FILE::pending = nullptr;
 
@@ -196,15 +219,15 @@ class NX_CONSUMER final : public ASTConsumer {
         ICODE_WRITER writer(stream, version_text);
         FRONT front(ctx, writer, loop_pragmas_);
         front.translate_unit();
-        if (failed()) {
-            broken = true;
-            exit(1); // the file in the making goes with the run
-        }
-        if (!writer.finish()) {
+        broken = failed();
+        if (!broken && !writer.finish()) {
             fprintf(stderr, "nxparse: error: cannot write '%s'\n", command_.output.c_str());
-            exit(1);
+            broken = true;
         }
-        if (!command_.check_only && !file.keep()) broken = true;
+        if (broken || command_.check_only)
+            OUTPUT_FILE::discard();
+        else if (!file.keep())
+            broken = true;
     }
     static bool broken;
 
@@ -300,6 +323,13 @@ int compile(const COMMAND& command) {
     return failed || NX_CONSUMER::broken || ci.getDiagnosticClient().getNumErrors() != 0 ? 1 : 0;
 }
 
+// An output of an earlier run must not be taken for that of a failed one.
+void remove_old_output(const COMMAND& command) {
+    struct stat there;
+    if (!command.output.empty() && stat(command.output.c_str(), &there) == 0 && S_ISREG(there.st_mode))
+        unlink(command.output.c_str());
+}
+
 struct RUN {
     const COMMAND* command;
     int status;
@@ -326,6 +356,7 @@ int main(int argc, char** argv) {
             pthread_join(thread, nullptr);
             fflush(stdout);
             OUTPUT_FILE::discard();
+            if (run.status != 0) remove_old_output(command);
             _exit(run.status); // the libraries' tables need no taking down
         }
     }

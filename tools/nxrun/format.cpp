@@ -1,4 +1,5 @@
-// The printf family's conversions. The arguments stand in the variadic area, each at a multiple of two units.
+// The printf family's conversions. The arguments stand in the variadic area, each at a multiple of two units. The text
+// is one of the target's characters, 16 bits each.
 #include "exec.h"
 #include "library.h"
 
@@ -12,12 +13,12 @@ class FORMATTER {
   public:
     FORMATTER(VM& vm, ADDRESS format, ADDRESS area) : mem_(vm.mem), at_(format), next_(area) {}
 
-    std::string run() {
+    std::u16string run() {
         for (;; ++at_) {
             uint16_t c = mem_.read16(at_);
             if (c == 0) return std::move(out_);
             if (c != '%') {
-                out_ += static_cast<char>(c);
+                out_ += c;
                 continue;
             }
             conversion();
@@ -112,7 +113,7 @@ class FORMATTER {
             integer(format, static_cast<long long>(unsigned_argument()));
             break;
         }
-        case 'c': text(std::string(1, static_cast<char>(take32())), false); break;
+        case 'c': text(std::u16string(1, static_cast<char16_t>(take32()))); break;
         case 's': string_argument(); break;
         case 'p': pointer(); break;
         case 'e':
@@ -128,7 +129,7 @@ class FORMATTER {
             break;
         }
         case 'n': store_count(); break;
-        case '%': out_ += '%'; break;
+        case '%': out_ += u'%'; break;
         default: trap(text_of("printf with the unknown conversion '%%%c'", c));
         }
     }
@@ -157,38 +158,37 @@ class FORMATTER {
         int n = run(buffer, sizeof buffer);
         if (n < 0) trap("printf of a text that is too long");
         if (static_cast<size_t>(n) < sizeof buffer) {
-            out_.append(buffer, static_cast<size_t>(n));
+            out_.append(buffer, buffer + n);
             return;
         }
         std::string large(static_cast<size_t>(n) + 1, 0);
         run(large.data(), large.size());
-        out_.append(large.data(), static_cast<size_t>(n));
+        out_.append(large.data(), large.data() + n);
     }
     void integer(const char* conversion, long long value) { print(conversion, value); }
 
-    void text(const std::string& s, bool with_precision) {
-        std::string_view shown = s;
-        if (with_precision && precision_ >= 0) shown = shown.substr(0, static_cast<size_t>(precision_));
-        size_t fill = static_cast<size_t>(width_) > shown.size() ? static_cast<size_t>(width_) - shown.size() : 0;
+    void text(const std::u16string& s) {
+        size_t fill = static_cast<size_t>(width_) > s.size() ? static_cast<size_t>(width_) - s.size() : 0;
         bool left = flags_.find('-') != std::string::npos;
-        if (!left) out_.append(fill, ' ');
-        out_ += shown;
-        if (left) out_.append(fill, ' ');
+        if (!left) out_.append(fill, u' ');
+        out_ += s;
+        if (left) out_.append(fill, u' ');
     }
     void string_argument() {
         ADDRESS p = take32();
-        std::string s;
+        std::u16string s;
         // No more is read than is printed: the text need not end then.
         for (int n = 0; precision_ < 0 || n < precision_; ++n, ++p) {
             uint16_t c = mem_.read16(p);
             if (c == 0) break;
-            s += static_cast<char>(c);
+            s += c;
         }
-        text(s, false);
+        text(s);
     }
     void pointer() {
         uint32_t v = take32();
-        text(v == 0 ? "(nil)" : text_of("0x%x", v), false);
+        std::string digits = v == 0 ? "(nil)" : text_of("0x%x", v);
+        text(std::u16string(digits.begin(), digits.end()));
     }
     void store_count() {
         ADDRESS to = take32();
@@ -198,11 +198,12 @@ class FORMATTER {
 
     MEMORY& mem_;
     ADDRESS at_, next_;
-    std::string out_, flags_;
+    std::u16string out_;
+    std::string flags_;
     int width_ = 0, precision_ = -1;
     LENGTH length_ = INT;
 };
 
 } // namespace
 
-std::string format_text(VM& vm, ADDRESS format, ADDRESS area) { return FORMATTER(vm, format, area).run(); }
+std::u16string format_text(VM& vm, ADDRESS format, ADDRESS area) { return FORMATTER(vm, format, area).run(); }

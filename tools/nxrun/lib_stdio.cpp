@@ -21,17 +21,19 @@ void need_input(VM& vm, int64_t handle) {
 }
 
 int64_t print(VM& vm, int stream, ADDRESS format, ADDRESS area) {
-    std::string text = format_text(vm, format, area);
-    vm.write(stream, text.data(), text.size());
+    // A stream of the host takes the low eight bits of each character.
+    std::u16string text = format_text(vm, format, area);
+    std::string bytes(text.begin(), text.end());
+    vm.write(stream, bytes.data(), bytes.size());
     return static_cast<int64_t>(text.size());
 }
 
 // At most `room` units with the end; returns the whole length.
 int64_t print_to(VM& vm, ADDRESS to, uint32_t room, ADDRESS format, ADDRESS area) {
-    std::string text = format_text(vm, format, area);
+    std::u16string text = format_text(vm, format, area);
     if (room != 0) {
         uint32_t n = static_cast<uint32_t>(std::min<size_t>(text.size(), room - 1));
-        for (uint32_t i = 0; i < n; ++i) vm.mem.write16(to + i, static_cast<unsigned char>(text[i]));
+        for (uint32_t i = 0; i < n; ++i) vm.mem.write16(to + i, text[i]);
         vm.mem.write16(to + n, 0);
     }
     return static_cast<int64_t>(text.size());

@@ -20,7 +20,7 @@ SIGNATURE library_signature(const LIBRARY_ENTRY&);
 int call_comparison(VM&, ADDRESS function, ADDRESS a, ADDRESS b);
 
 // Text of a printf format with the arguments in the variadic area.
-std::string format_text(VM&, ADDRESS format, ADDRESS area);
+std::u16string format_text(VM&, ADDRESS format, ADDRESS area);
 
 #define LIB(name, signature) void lib_##name(VM&, int64_t*);
 #include "library.def"

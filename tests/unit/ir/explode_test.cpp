@@ -112,8 +112,8 @@ TEST_F(Explode, MembersThatArePerhapsReadKeepTheStruct) {
     };
     block({asg(name(s), mk_UMULT(name(p), pair)), guarded(s), asg(name(t), name(g)), guarded(t)});
     explode_auto_struct_vars();
-    EXPECT_EQ(body(), (LINES{"s = *p", "_g.a = s.a && s.b", "$O$CSU$t$a = _g.a", "$O$CSU$t$b = _g.b",
-                             "_g.a = $O$CSU$t$a && $O$CSU$t$b"}));
+    EXPECT_EQ(body(), (LINES{"s = *p", "_g.a = s.a ANDAND s.b", "$O$CSU$t$a = _g.a", "$O$CSU$t$b = _g.b",
+                             "_g.a = $O$CSU$t$a ANDAND $O$CSU$t$b"}));
 }
 
 // A copy carries what was never assigned along; the variable in its place gets a value.
