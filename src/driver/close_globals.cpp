@@ -39,8 +39,7 @@ void close_symbol(SYMTAB* sym) {
 void log_pragma(const PRAGMA* p) {
     switch (p->kind) {
     case PRAGMA::PRAGMA_SRC_LANGUAGE: return dprintf("\t  Symbol pragma: SOURCE LANGUAGE = '%s'\n", p->arg(0));
-    case PRAGMA::PRAGMA_SCOPING_FUNC:
-        return dprintf("\t  Symbol pragma: SYMBOL IS LOCAL STATIC OF %s()\n", p->arg(0));
+    case PRAGMA::PRAGMA_SCOPING_FUNC: return dprintf("\t  Symbol pragma: SYMBOL IS LOCAL STATIC OF %s()\n", p->arg(0));
     case PRAGMA::PRAGMA_TRANSLATION_UNIT_ID: return dprintf("\t  Symbol pragma: TRANSLATION UNIT ID #%s\n", p->arg(0));
     case PRAGMA::PRAGMA_IS_CLASS_MEMBER: return dprintf("\t  Symbol pragma: SYMBOL IS CLASS MEMBER\n");
     case PRAGMA::PRAGMA_SYM_IS_DEAD: return dprintf("\t  Symbol pragma: SYMBOL IS DEAD\n");
@@ -53,11 +52,13 @@ void log_pragma(const PRAGMA* p) {
         dprintf("\t  Symbol pragma: EXCEPTION SPEC: (");
         for (const std::string& text : p->strings) dprintf(" %s", text.c_str());
         return dprintf(" )\n");
-    case PRAGMA::PRAGMA_FUNC_SYNONYM: return dprintf("\t  Symbol pragma: SYMBOL IS FUNCTION SYNONYM of %s\n", p->arg(0));
+    case PRAGMA::PRAGMA_FUNC_SYNONYM:
+        return dprintf("\t  Symbol pragma: SYMBOL IS FUNCTION SYNONYM of %s\n", p->arg(0));
     case PRAGMA::PRAGMA_FUNC_RET_BY_CCTOR: return dprintf("\t  Symbol pragma: FUNC_RET_BY_CCTOR\n");
     case PRAGMA::PRAGMA_FUNC_ALWAYS_INLINE: return dprintf("\t  Symbol pragma: FUNCTION ALWAYS INLINE\n");
     default:
-        dprintf("\t  Symbol pragma #%d has %d arguments:", static_cast<int>(p->kind), static_cast<int>(p->strings.size()));
+        dprintf("\t  Symbol pragma #%d has %d arguments:", static_cast<int>(p->kind),
+                static_cast<int>(p->strings.size()));
         for (const std::string& text : p->strings) dprintf(" %s", text.c_str());
         return dprintf("\n");
     }

@@ -83,9 +83,7 @@ int nxopt_main(int argc, char** argv) {
     end_run_hook = leave_nothing_behind;
     try {
         return run(argc, argv);
-    } catch (const std::bad_alloc&) {
-        abort_optimizer("ERROR - OUT OF MEMORY");
-    } catch (const std::exception& e) {
+    } catch (const std::bad_alloc&) { abort_optimizer("ERROR - OUT OF MEMORY"); } catch (const std::exception& e) {
         fprintf(stderr, "Exception:  %s\n", e.what());
         end_run(1);
     }

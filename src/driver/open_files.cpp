@@ -22,7 +22,7 @@ char o_file_name[file_name_size];
 
 namespace {
 
-int arg_count;       // of the command line; 0 once its text is in the output
+int arg_count; // of the command line; 0 once its text is in the output
 char** arg_values;
 int arg_cursor;
 
@@ -83,7 +83,8 @@ void choose_output_name(int positional) {
         end_run(1);
     }
     struct stat in, out;
-    if (stat(i_file_name, &in) == 0 && stat(o_file_name, &out) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino) {
+    if (stat(i_file_name, &in) == 0 && stat(o_file_name, &out) == 0 && in.st_dev == out.st_dev &&
+        in.st_ino == out.st_ino) {
         fprintf(stderr, "\n>>>> OPTIMIZER ERROR: the output file is the input file: %s\n\n", o_file_name);
         end_run(1);
     }
@@ -94,9 +95,8 @@ void open_info_file() {
     if (!wanted) file_options->clearopt(OPT_gen_opt_info);
     int level = static_cast<int>(file_options->getnumarg(OPT_gen_opt_info, 0));
     if (!file_options->isset(OPT_gen_opt_info) || level == 0) return;
-    std::string name = file_options->isset(OPT_opt_info_filename)
-                           ? file_options->getstrarg(OPT_opt_info_filename, 0)
-                           : fn_addext(fn_delext(i_file_name), ".nfo", 1);
+    std::string name = file_options->isset(OPT_opt_info_filename) ? file_options->getstrarg(OPT_opt_info_filename, 0)
+                                                                  : fn_addext(fn_delext(i_file_name), ".nfo", 1);
     finfo = fopen(name.c_str(), "w");
     if (finfo == nullptr) {
         fprintf(stderr, "\n>> Cannot Open Info File, %s : %s, Aborting\n", strerror(errno), name.c_str());

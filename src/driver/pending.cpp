@@ -2,7 +2,6 @@
 // built; this file goes away with the last one.
 #include "driver/pending.h"
 
-
 // value propagation and clean-up over the whole function
 void fast_CP(int, int) {}
 void copyprop(int) {}

@@ -76,9 +76,8 @@ void step_set_call_graph_order() {
     if (opt_level() >= 2)
         std::reverse(order.begin(), order.end());
     else
-        std::stable_sort(order.begin(), order.end(), [](const FUNINFO* a, const FUNINFO* b) {
-            return a->symbol->sequence < b->symbol->sequence;
-        });
+        std::stable_sort(order.begin(), order.end(),
+                         [](const FUNINFO* a, const FUNINFO* b) { return a->symbol->sequence < b->symbol->sequence; });
     functions.clear();
     for (FUNINFO* f : order) {
         bool suppressed = (f->flags & FUN_is_suppressed) && !(f->flags & FUN_cannot_suppress);
@@ -182,7 +181,8 @@ void drop_unused_temporaries() {
     for (BBLK* bb = f->bb_list; bb != nullptr; bb = bb->dflink)
         for (LIST* cell = bb->stmts; cell != nullptr; cell = cell->rest)
             walk_tree(cell->first, [](NODE* node) {
-                if (node->op == NAME && node->u.sym != nullptr && is_internal_symbol(node->u.sym)) node->u.sym->use_count = 1;
+                if (node->op == NAME && node->u.sym != nullptr && is_internal_symbol(node->u.sym))
+                    node->u.sym->use_count = 1;
             });
     for (SYMTAB** list : lists) {
         SYMTAB** link = list;

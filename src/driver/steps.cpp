@@ -21,20 +21,24 @@ std::vector<pass*> passes;
 #define BEFORE(first, second, why) {first, second, why},
 const STEP_ORDER step_order[] = {
     BEFORE("pass 1", "intermission", "the call graph is analysed when every function has been looked at")
-    BEFORE("intermission", "set call-graph order", "the order comes out of the analysis of the call graph")
-    BEFORE("set call-graph order", "pass 2 inits", "callees are optimized before they are spliced into their callers")
-    BEFORE("pass 2 inits", "CPS", "path straightening wants the blocks after inlining")
-    BEFORE("pass 2 inits", "explode auto structs", "inlined bodies bring structs that fall apart into scalars")
-    BEFORE("explode auto structs", "non-DD SSA CP", "SSA form is built for scalars only")
-    BEFORE("non-DD clone SSA NASSERTs", "non-DD SSA CP", "constants are found from cloned assertions")
-    BEFORE("non-DD SSA CP", "non-DD SSA EDA", "propagation leaves dead assignments behind")
-    BEFORE("fast_CP(0,1)", "forward_substitution", "loops are recognised in propagated code")
-    BEFORE("forward_substitution", "undeltafy", "induction variables are written in closed form first")
-    BEFORE("undeltafy", "unroll_and_jam", "dependence tests want closed forms of subscripts")
-    BEFORE("SSA_reg_promote_with_simpcfg", "global opts", "the loop tree is gone before blocks are merged")
-    BEFORE("global opts", "local opts", "what stays common inside a block is left to local elimination")
-    BEFORE("local opts", "pass 2 trailer", "what is written is what the last step leaves")
-};
+        BEFORE("intermission", "set call-graph order", "the order comes out of the analysis of the call graph") BEFORE(
+            "set call-graph order", "pass 2 inits", "callees are optimized before they are spliced into their callers")
+            BEFORE("pass 2 inits", "CPS", "path straightening wants the blocks after inlining") BEFORE(
+                "pass 2 inits", "explode auto structs", "inlined bodies bring structs that fall apart into scalars")
+                BEFORE("explode auto structs", "non-DD SSA CP", "SSA form is built for scalars only")
+                    BEFORE("non-DD clone SSA NASSERTs", "non-DD SSA CP", "constants are found from cloned assertions")
+                        BEFORE("non-DD SSA CP", "non-DD SSA EDA", "propagation leaves dead assignments behind")
+                            BEFORE("fast_CP(0,1)", "forward_substitution", "loops are recognised in propagated code")
+                                BEFORE("forward_substitution", "undeltafy",
+                                       "induction variables are written in closed form first")
+                                    BEFORE("undeltafy", "unroll_and_jam",
+                                           "dependence tests want closed forms of subscripts")
+                                        BEFORE("SSA_reg_promote_with_simpcfg", "global opts",
+                                               "the loop tree is gone before blocks are merged")
+                                            BEFORE("global opts", "local opts",
+                                                   "what stays common inside a block is left to local elimination")
+                                                BEFORE("local opts", "pass 2 trailer",
+                                                       "what is written is what the last step leaves")};
 #undef BEFORE
 const int step_order_count = sizeof step_order / sizeof step_order[0];
 

@@ -17,11 +17,11 @@ extern const int step_order_count;
 
 extern std::vector<pass*> passes; // the pipeline without its last step
 
-void build_step_table();          // makes all steps but the last
-void make_last_step();            // makes "pass 2 trailer" behind them
+void build_step_table(); // makes all steps but the last
+void make_last_step();   // makes "pass 2 trailer" behind them
 void free_step_table();
-void run_scheduler();             // runs until no function on `functions` has a step left
+void run_scheduler(); // runs until no function on `functions` has a step left
 
-void erase_all();                 // frees the current function's blocks, statements and scopes; nothing if there is none
+void erase_all(); // frees the current function's blocks, statements and scopes; nothing if there is none
 
 #endif

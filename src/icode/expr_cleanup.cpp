@@ -62,7 +62,8 @@ NODE* clean_argument(NODE* arg) {
     while ((arg->op == PCONV || arg->op == ACONV) && arg->type->is_ptr() && arg->left->type->is_ptr()) {
         TYPE* to = arg->type->type_pointed_to();
         TYPE* from = arg->left->type->type_pointed_to();
-        bool only_adds = (from->qual_kind() & ~to->qual_kind()) == 0 && (to->qual_kind() & QUAL_VOLATILE) == (from->qual_kind() & QUAL_VOLATILE) &&
+        bool only_adds = (from->qual_kind() & ~to->qual_kind()) == 0 &&
+                         (to->qual_kind() & QUAL_VOLATILE) == (from->qual_kind() & QUAL_VOLATILE) &&
                          compatible_types(to->stqs(), from->stqs(), true);
         if (!only_adds) break;
         NODE* operand = arg->left;

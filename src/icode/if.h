@@ -31,8 +31,8 @@ enum RECORD_ID : int {
 #include "icode/records.def"
 };
 
-constexpr int icode_version = -73;      // what is written
-constexpr int icode_version_min = -86;  // oldest accepted
+constexpr int icode_version = -73;     // what is written
+constexpr int icode_version_min = -86; // oldest accepted
 constexpr int icode_cpu_id = 1000;
 
 // ------------------------------------------------------------------------------------------------ what records carry
@@ -94,41 +94,42 @@ struct TYPE_INFO {
 };
 
 struct I_FILE {
-    std::string version_text;     // producer text of the magic record
-    FILE* stream = nullptr;       // owned from if_open / if_create on
-    long base = 0;                // position of the magic record in the stream
+    std::string version_text; // producer text of the magic record
+    FILE* stream = nullptr;   // owned from if_open / if_create on
+    long base = 0;            // position of the magic record in the stream
     bool writing = false;
-    IF_CLIENT* client = nullptr;  // reading
+    IF_CLIENT* client = nullptr; // reading
     int version = icode_version;
     uint32_t reserved = 0;
-    uint32_t option_offset = 0;   // of the sections, from `base`; 0 if absent
+    uint32_t option_offset = 0; // of the sections, from `base`; 0 if absent
     uint32_t init_offset = 0;
     uint32_t type_offset = 0;
     uint32_t file_offset = 0;
     uint32_t global_offset = 0;
     TYPE_PKG* types = nullptr;
-    std::vector<OPTION_SET> option_sets;          // writing: queued for the option section
-    std::vector<TYPE_INFO> type_map;              // reading: by typeref
+    std::vector<OPTION_SET> option_sets;                     // writing: queued for the option section
+    std::vector<TYPE_INFO> type_map;                         // reading: by typeref
     std::unordered_map<uint32_t, TYPE_INFO> sparse_type_map; // reading: typerefs beyond the dense part
-    std::vector<const char*> files{nullptr};      // file names (shared text) by index; index 0 is not used
-    std::unordered_map<std::string, uint32_t> file_index; // writing: index of each name
-    const char* last_file = nullptr;              // writing: the name entered last, and its index
+    std::vector<const char*> files{nullptr};                 // file names (shared text) by index; index 0 is not used
+    std::unordered_map<std::string, uint32_t> file_index;    // writing: index of each name
+    const char* last_file = nullptr;                         // writing: the name entered last, and its index
     uint32_t last_file_id = 0;
-    int block_depth = 0;          // 0 outside functions, 1 in the parameters, 2 after the locals began, then one a block
-    std::vector<SYMTAB*> locals;  // of the function that is read or written
+    int block_depth = 0;         // 0 outside functions, 1 in the parameters, 2 after the locals began, then one a block
+    std::vector<SYMTAB*> locals; // of the function that is read or written
     std::vector<SYMTAB*> globals;
     bool in_type_section = false; // reading: aggregates may name one another before their lists are read
     bool body_closed = false;     // writing: the body's end was written by the first initialiser
 
     // ---- lifetime
-    int if_close(bool mark_all, bool leave_bare); // ends the file (writer: all sections); frees the object; 0 on success
-    void if_discard();                            // closes the stream and frees the object, writing nothing more
-    long if_tell() const;                         // position from `base`
+    int if_close(bool mark_all,
+                 bool leave_bare); // ends the file (writer: all sections); frees the object; 0 on success
+    void if_discard();             // closes the stream and frees the object, writing nothing more
+    long if_tell() const;          // position from `base`
     void if_seek(long position);
     void if_flush();
 
     // ---- fields, reading. At the end of the file each gives 0, and at_end() is true from then on.
-    void i_read_header(int& id, uint32_t& size);  // id 255 at the end of the file
+    void i_read_header(int& id, uint32_t& size); // id 255 at the end of the file
     void i_read_skip(uint32_t n);
     uint8_t i_read_u8();
     int8_t i_read_s8();
@@ -140,7 +141,7 @@ struct I_FILE {
     uint32_t i_read_uint();
     int32_t i_read_sint();
     void i_read_raw(void* to, uint32_t n);
-    const char* i_read_string(uint32_t n = 0);    // 0: zero-terminated; else n bytes. Shared buffer, until the next call
+    const char* i_read_string(uint32_t n = 0); // 0: zero-terminated; else n bytes. Shared buffer, until the next call
     PSN* i_read_psn();
     bool at_end() const { return hit_end; }
 
@@ -159,8 +160,8 @@ struct I_FILE {
     void i_flush(int id);
 
     uint32_t i_enter_file_name(const char* name);
-    const char* i_get_file_name(uint32_t index) const;  // null for 0 and beyond the table
-    uint32_t i_get_file_id(const char* name) const;     // 0 if absent
+    const char* i_get_file_name(uint32_t index) const; // null for 0 and beyond the table
+    uint32_t i_get_file_id(const char* name) const;    // 0 if absent
 
     // ---- symbols number themselves through the file
     void if_enter_global(SYMTAB*);
@@ -169,7 +170,7 @@ struct I_FILE {
     // ---- reading records (if_read)
     void if_read_file();
     void if_read_func(long position);
-    bool if_read_record();                              // one step of the dispatch; false at the end of the section
+    bool if_read_record(); // one step of the dispatch; false at the end of the section
     void if_skip_func();
     NODE* if_read_expr_node(bool with_header);
     void if_read_file_names();
@@ -178,22 +179,22 @@ struct I_FILE {
     void if_read_init();
     void if_read_options();
     void if_read_option_set();
-    SYMTAB* if_read_sym();                              // the record, then its pragmas
+    SYMTAB* if_read_sym(); // the record, then its pragmas
     void if_read_pragma(SYMTAB*);
     void if_read_eht();
     void if_read_eht_entry(EHT_ENTRY&);
-    SYMTAB* if_read_global_index();                     // index of a global; must be in the table
+    SYMTAB* if_read_global_index(); // index of a global; must be in the table
 
     // ---- reading types (if_type)
-    void if_type_init(TYPE_PKG*);                       // the package that takes the types
+    void if_type_init(TYPE_PKG*); // the package that takes the types
     void if_read_type_defs();
     void if_read_type();
     void if_merge_type_defs();
-    TYPE* find_typeref(uint32_t n);                     // null for 0
+    TYPE* find_typeref(uint32_t n); // null for 0
     fkMDATA* find_mdataref(uint32_t typeref, uint32_t member_id);
     void enter_type(uint32_t n, TYPE_INFO);
-    TYPE_INFO* type_info(uint32_t n);                   // the entry, or null
-    void if_types_read();                               // end of the type section: closes what is open, adopts basic types
+    TYPE_INFO* type_info(uint32_t n); // the entry, or null
+    void if_types_read();             // end of the type section: closes what is open, adopts basic types
 
     // ---- writing records (if_write)
     void if_enter_option_set(uint32_t number, const std::vector<std::string>&); // queued for the option section
@@ -205,14 +206,14 @@ struct I_FILE {
     void if_write_comment(const char* text);
     void if_write_pragma(const PRAGMA*);
     void if_write_func_info(int value);
-    void if_write_symbol(SYMTAB*);                      // with its pragmas
-    void if_write_init(SYMTAB*);                        // the record; the initialiser's nodes follow it
-    void if_write_control(int id, const PSN*);          // ids 2 to 6
-    void if_write_begin_func(SYMTAB*, const PSN*);      // also starts the function's table of locals, depth 1
+    void if_write_symbol(SYMTAB*);                 // with its pragmas
+    void if_write_init(SYMTAB*);                   // the record; the initialiser's nodes follow it
+    void if_write_control(int id, const PSN*);     // ids 2 to 6
+    void if_write_begin_func(SYMTAB*, const PSN*); // also starts the function's table of locals, depth 1
     void if_write_end_func(const PSN*);
     void if_write_begin_block(const PSN*);
     void if_write_end_block(const PSN*);
-    void if_write_end_args(const PSN*);                 // depth 2
+    void if_write_end_args(const PSN*); // depth 2
     void if_write_end_locals(const PSN*);
     void if_write_loop(const uint32_t[5], int flags);
     void if_write_inloop(uint32_t id, int32_t scope, int32_t index, int flag);
@@ -223,8 +224,8 @@ struct I_FILE {
     void if_write_ldspec_rand(uint32_t id, uint32_t a, uint32_t b, TYPE*, const SYMTAB*);
     void if_write_ldspec_region(uint32_t id, uint32_t a);
     void if_write_func_eht(const EHT_ENTRY* entries, uint32_t count);
-    void if_write_expr(NODE*, const PSN*);              // statement record and tree
-    void if_write_expr_node(NODE*);                     // the tree alone
+    void if_write_expr(NODE*, const PSN*); // statement record and tree
+    void if_write_expr_node(NODE*);        // the tree alone
     void if_write_all_options();
     void if_write_all_files();
     void if_write_all_globals();
@@ -232,25 +233,25 @@ struct I_FILE {
     // ---- writing types (if_write_type)
     void if_write_type(TYPE*);
     void if_write_all_types(bool mark_all);
-    void if_reference_type(TYPE*);                      // the type, its descriptor and its stds() will be written
+    void if_reference_type(TYPE*); // the type, its descriptor and its stds() will be written
     void write_csu_type(TYPE*);
     void write_csu_type_lists(TYPE*);
     bool write_all_csu_types();
     bool write_type_tree();
 
     // ---- faults of the input; each ends the run with status 1
-    [[noreturn]] void bad_record();                     // "Invalid I-code record", with the place on standard error
+    [[noreturn]] void bad_record(); // "Invalid I-code record", with the place on standard error
     [[noreturn]] void bad_eht_record();
-    [[noreturn]] void bad_input(const char* what);      // "Invalid icode file: <what> at offset <n>" on standard error
+    [[noreturn]] void bad_input(const char* what); // "Invalid icode file: <what> at offset <n>" on standard error
 
     std::vector<char> string_buffer;
-    std::vector<uint8_t> buffer;                        // of the record under construction
-    long record_start = 0;                              // reading: offset of the record in work, for messages
-    int node_depth = 0;                                 // reading: nesting of the tree in work
+    std::vector<uint8_t> buffer; // of the record under construction
+    long record_start = 0;       // reading: offset of the record in work, for messages
+    int node_depth = 0;          // reading: nesting of the tree in work
     bool hit_end = false;
-    long stream_size = 0;                               // reading: bytes from `base` to the end
-    std::vector<uint8_t> input;                         // reading: the whole file
-    size_t cursor = 0;                                  // reading: place in it
+    long stream_size = 0;       // reading: bytes from `base` to the end
+    std::vector<uint8_t> input; // reading: the whole file
+    size_t cursor = 0;          // reading: place in it
 };
 
 // Opens for reading: checks the magic record, reads the option sets into the client. Null if the file is not an icode
@@ -262,8 +263,8 @@ I_FILE* if_create(FILE*, TYPE_PKG*, const char* version_text);
 // Fills if_node_info (ir/opcodes.h) with the opcodes that a file may hold.
 void if_node_table_init();
 
-// What a deep tree may nest at most, operands within operands. A `,` chain or a chain of right operands of any length is
-// no nesting.
+// What a deep tree may nest at most, operands within operands. A `,` chain or a chain of right operands of any length
+// is no nesting.
 constexpr int max_node_depth = 5000;
 
 #endif

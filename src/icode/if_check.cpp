@@ -8,7 +8,18 @@
 namespace {
 
 // Where a node stands, as far as it matters for what it may be.
-enum PLACE { VALUE, EFFECT, LVALUE_PLACE, FIELD_PLACE, LABEL_PLACE, COLON_PLACE, LIST_PLACE, CASES, CALLEE, RETURN_NAME };
+enum PLACE {
+    VALUE,
+    EFFECT,
+    LVALUE_PLACE,
+    FIELD_PLACE,
+    LABEL_PLACE,
+    COLON_PLACE,
+    LIST_PLACE,
+    CASES,
+    CALLEE,
+    RETURN_NAME
+};
 
 struct VISIT {
     NODE* node;
@@ -152,13 +163,14 @@ class TREE_CHECK {
         case NOP: return place == EFFECT ? nullptr : "a NOP inside an expression";
         case NAME:
             if (node->u.sym == nullptr) return "a name without a symbol";
-            if (!type->is_func() && type->size() > node->u.sym->size && node->u.sym->sclass != 5 && node->u.sym->size != 0)
+            if (!type->is_func() && type->size() > node->u.sym->size && node->u.sym->sclass != 5 &&
+                node->u.sym->size != 0)
                 return "a name whose type is larger than its symbol";
             return nullptr;
         case SCON: return is_pointer(type) || type->is_array() ? nullptr : "a string that is neither pointer nor array";
         case ICON:
             return (type->is_integral() || type->is_enum()) && is_number(type) ? nullptr
-                                                                                : "an integer constant of another type";
+                                                                               : "an integer constant of another type";
         case FCON: return type->is_fltpt() && is_number(type) ? nullptr : "a floating constant of another type";
         case ASG:
         case PLUSASG:
@@ -192,7 +204,8 @@ class TREE_CHECK {
             return left->type->size() == right->type->size() ? nullptr : "a copy between objects of different sizes";
         case UMULT:
             push(left, VALUE);
-            return left->type != nullptr && is_pointer_value(left->type) ? nullptr : "an indirection through no pointer";
+            return left->type != nullptr && is_pointer_value(left->type) ? nullptr
+                                                                         : "an indirection through no pointer";
         case UAND:
             push(left, LVALUE_PLACE);
             if (!is_lvalue(left)) return "the address of what is no object";
@@ -202,9 +215,7 @@ class TREE_CHECK {
             push(left, LVALUE_PLACE);
             if (!is_lvalue(left)) return "the address of what is no object";
             return is_bit_field(left) ? "the address of a bit-field" : nullptr;
-        case STARG:
-            push(left, VALUE);
-            return type->is_csu() ? nullptr : "a struct argument that is no struct";
+        case STARG: push(left, VALUE); return type->is_csu() ? nullptr : "a struct argument that is no struct";
         case STDOT:
         case STREF: {
             push(left, node->op == STDOT ? LVALUE_PLACE : VALUE);
@@ -218,10 +229,12 @@ class TREE_CHECK {
             if (!object->is_csu()) return "a member of what is no struct";
             const fkMDATA* member = right->mval;
             uint64_t end = uint64_t(member->bit_offset) + member->bit_size;
-            if (member->bit_offset < 0 || (object->size() != 0 && end > object->size())) return "a member outside its struct";
+            if (member->bit_offset < 0 || (object->size() != 0 && end > object->size()))
+                return "a member outside its struct";
             if (member->is_bitfield && (!member->type->is_integral() && !member->type->is_enum()))
                 return "a bit-field that is no integer";
-            if (member->is_bitfield && (member->bit_size == 0 || member->bit_size > 64)) return "a bit-field of no width";
+            if (member->is_bitfield && (member->bit_size == 0 || member->bit_size > 64))
+                return "a bit-field of no width";
             if (member->is_bitfield && !is_number(type)) return "a bit-field that is no integer";
             return nullptr;
         }
@@ -234,9 +247,7 @@ class TREE_CHECK {
             operands(node, VALUE);
             if (const char* fault = condition(left)) return fault;
             return condition(right);
-        case EXCLAIM:
-            push(left, VALUE);
-            return condition(left);
+        case EXCLAIM: push(left, VALUE); return condition(left);
         case PMCONV:
         case PVCONV:
             operands(node, VALUE);
@@ -254,8 +265,8 @@ class TREE_CHECK {
         case UMCALL: return nullptr;
         case MEMCPY:
             push(left, LIST_PLACE);
-            if (left->op != COMMA || left->left->op != COMMA || left->left->left->op == COMMA || left->right->op == COMMA ||
-                left->left->right->op == COMMA)
+            if (left->op != COMMA || left->left->op != COMMA || left->left->left->op == COMMA ||
+                left->right->op == COMMA || left->left->right->op == COMMA)
                 return "a MEMCPY without three operands";
             return nullptr;
         case COMMAOP:
@@ -280,11 +291,13 @@ class TREE_CHECK {
         case ENDLOOP:
             push(left, LVALUE_PLACE);
             push(right, LABEL_PLACE);
-            return is_lvalue(left) && left->type != nullptr && left->type->is_signed() ? nullptr
-                                                                : "an ENDLOOP whose counter is no signed integer";
+            return is_lvalue(left) && left->type != nullptr && left->type->is_signed()
+                       ? nullptr
+                       : "an ENDLOOP whose counter is no signed integer";
         case SWITCH:
             push(left, VALUE);
-            if (left->type == nullptr || !(left->type->is_integral() || left->type->is_enum())) return "a SWITCH on what is no integer";
+            if (left->type == nullptr || !(left->type->is_integral() || left->type->is_enum()))
+                return "a SWITCH on what is no integer";
             return switch_cases(right);
         case RETURN:
             push(left, RETURN_NAME);
@@ -296,7 +309,8 @@ class TREE_CHECK {
             if (type->is_void()) return nullptr;
             if (type->is_vector() || type->is_complex()) return nullptr;
             if (!is_number(type)) return "a conversion to what is no number";
-            return left->type != nullptr && (is_scalar_value(left->type)) ? nullptr : "a conversion of what is no scalar";
+            return left->type != nullptr && (is_scalar_value(left->type)) ? nullptr
+                                                                          : "a conversion of what is no scalar";
         case PCONV:
             push(left, VALUE);
             if (!is_pointer(type) && !type->is_array()) return "a conversion to what is no pointer";
@@ -336,7 +350,9 @@ class TREE_CHECK {
         case DIV:
         case UMINUS:
         case ABS:
-        case SQR: return is_number(type) || type->is_vector() || type->is_complex() ? nullptr : "arithmetic on what is no number";
+        case SQR:
+            return is_number(type) || type->is_vector() || type->is_complex() ? nullptr
+                                                                              : "arithmetic on what is no number";
         case SQRT:
         case RECIP:
         case TOIEEE:
@@ -364,8 +380,8 @@ class TREE_CHECK {
         if (!is_number(target) && !is_pointer(target) && !target->is_vector() && !target->is_complex())
             return "an assignment to what is no scalar";
         if (!is_scalar_value(node->right->type)) return "an assignment of what is no scalar";
-        if (target->is_fltpt() && node->op != ASG && node->op != PLUSASG && node->op != MINUSASG && node->op != MULTASG &&
-            node->op != DIVASG)
+        if (target->is_fltpt() && node->op != ASG && node->op != PLUSASG && node->op != MINUSASG &&
+            node->op != MULTASG && node->op != DIVASG)
             return "a bit operation on what is no integer";
         return nullptr;
     }
@@ -383,37 +399,6 @@ class TREE_CHECK {
 
 } // namespace
 
-namespace {
-
-// What a linker can fill in. is_link_time_constant asks more: that the address can be used as a value here.
-bool is_initialiser(const NODE* tree) {
-    for (;;) {
-        switch (tree->op) {
-        case SCON:
-        case ICON:
-        case FCON: return true;
-        case COMPLEX:
-            if (!is_initialiser(tree->right)) return false;
-            tree = tree->left;
-            break;
-        case SCONV:
-        case PCONV: tree = tree->left; break;
-        case PLUS:
-            if (tree->right->op != ICON) return false;
-            tree = tree->left;
-            break;
-        case UAND: {
-            const NODE* object = tree->left;
-            while (object->op == STDOT) object = object->left;
-            return object->op == NAME && object->u.sym->level == 0;
-        }
-        default: return false;
-        }
-    }
-}
-
-} // namespace
-
 const char* statement_fault(NODE* tree) { return TREE_CHECK().run(tree, EFFECT); }
 const char* expression_fault(NODE* tree) { return TREE_CHECK().run(tree, is_control(tree->op) ? VALUE : EFFECT); }
 
@@ -421,12 +406,10 @@ const char* initialiser_fault(NODE* tree) {
     if (tree->op == ENDINIT || tree->op == SKIP) return nullptr;
     if (const char* fault = TREE_CHECK().run(tree, VALUE)) return fault;
     if (tree->op == SCON && tree->type->is_array()) return nullptr;
-    return is_initialiser(tree) ? nullptr : "an initialiser that is no link-time constant";
+    return is_initialiser_constant(tree) ? nullptr : "an initialiser that is no link-time constant";
 }
 
-bool LABEL_CHECK::define(uint32_t number) {
-    return static_cast<int32_t>(number) > 0 && defined_.insert(number).second;
-}
+bool LABEL_CHECK::define(uint32_t number) { return static_cast<int32_t>(number) > 0 && defined_.insert(number).second; }
 
 void LABEL_CHECK::note_references(NODE* statement) {
     auto note = [&](NODE* label) { referenced_.insert(label->u.lval.low); };

@@ -9,6 +9,7 @@
 #include "ir/types.h"
 
 #include <cstring>
+#include <exception>
 #include <memory>
 
 namespace {
@@ -17,7 +18,10 @@ namespace {
 class SECTION {
   public:
     SECTION(I_FILE& f, uint32_t offset) : f_(f), back_(f.if_tell()) { f.if_seek(static_cast<long>(offset)); }
-    ~SECTION() { f_.cursor = static_cast<size_t>(back_); }
+    ~SECTION() {
+        // The end of the run may come as an exception, and has closed the file then.
+        if (std::uncaught_exceptions() == 0) f_.cursor = static_cast<size_t>(back_);
+    }
     SECTION(const SECTION&) = delete;
     SECTION& operator=(const SECTION&) = delete;
 
@@ -208,9 +212,7 @@ SYMTAB* I_FILE::if_read_global_index() {
 void I_FILE::if_read_init() {
     SYMTAB* sym = if_read_global_index();
     auto list = std::make_unique<EXPR_LIST>();
-    do {
-        list->append(if_read_expr_node(true));
-    } while (list->tail->node->op != ENDINIT);
+    do { list->append(if_read_expr_node(true)); } while (list->tail->node->op != ENDINIT);
     if (sym->init != nullptr) bad_input("a second initialiser of one symbol");
     client->cl_symbol_init(sym, list.release());
 }

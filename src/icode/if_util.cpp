@@ -115,7 +115,8 @@ void I_FILE::if_seek(long position) {
         fseek(stream, base + position, SEEK_SET);
         return;
     }
-    if (position < 0 || static_cast<size_t>(position) > input.size()) bad_input("section offset beyond the end of the file");
+    if (position < 0 || static_cast<size_t>(position) > input.size())
+        bad_input("section offset beyond the end of the file");
     cursor = static_cast<size_t>(position);
 }
 

@@ -131,7 +131,8 @@ class OPT_CLIENT final : public IF_CLIENT {
         if (!labels_.define(number)) fault("a label defined twice, or of a number that is none");
         // A jump to the very next place is dropped.
         LIST*& body = currfuninfo->statements;
-        if (body != nullptr && body->first->op == BRANCH && body->first->left->u.lval == INT65(static_cast<int>(number))) {
+        if (body != nullptr && body->first->op == BRANCH &&
+            body->first->left->u.lval == INT65(static_cast<int>(number))) {
             LIST* branch = body;
             body = branch->rest;
             erase_tree(branch->first);
@@ -157,7 +158,8 @@ class OPT_CLIENT final : public IF_CLIENT {
         if (!sym->otype->is_func()) fault("a function body for a symbol that is no function");
         FUNINFO* f = make_FUNINFO(skip_name_prefix(sym->name));
         if (f->first_psn != nullptr || f->bb_list != nullptr) fault("a second body of one function");
-        if (sym->sclass != SC_EXTERN_DEF && sym->sclass != SC_STATIC) fault("a body of a function that is only declared");
+        if (sym->sclass != SC_EXTERN_DEF && sym->sclass != SC_STATIC)
+            fault("a body of a function that is only declared");
         currfunc = sym;
         currfuninfo = f;
         f->symbol = sym;

@@ -28,14 +28,14 @@ struct PASS_HOOKS {
     NODE* (*insert_mandatory_casts)(NODE*) = nullptr;
     void (*identify_fl_statics_safe_for_auto)() = nullptr;
     void (*convert_safe_fl_statics_to_auto)(FUNINFO*) = nullptr;
-    void (*after_reading)(FUNINFO*) = nullptr;     // checks of a function that has just become blocks
+    void (*after_reading)(FUNINFO*) = nullptr; // checks of a function that has just become blocks
     void (*wrasmr)(int kind, const char* text, PSN*) = nullptr;
 };
 extern PASS_HOOKS pass_hooks;
 
-IF_CLIENT* opt_client();          // the one client of the run
+IF_CLIENT* opt_client(); // the one client of the run
 
-void reset_opt_client();          // forgets what it noted of an earlier file
+void reset_opt_client(); // forgets what it noted of an earlier file
 
 // The option sets of the file, in its order.
 extern std::vector<OPTION_SET> icode_optionlist;
@@ -45,8 +45,8 @@ void opt_symbol_init(SYMTAB*, EXPR_LIST*);
 // Brings a tree just read to the form that the passes expect; gives the tree to use.
 NODE* expr_cleanup(NODE*);
 
-bool func_is_nonconforming(SYMTAB*);          // on the list that FUNC_IS_NONCONFORMING fills
-bool is_barrier_MCALL(SYMTAB*);               // no builtin of this target is a barrier: false
+bool func_is_nonconforming(SYMTAB*); // on the list that FUNC_IS_NONCONFORMING fills
+bool is_barrier_MCALL(SYMTAB*);      // no builtin of this target is a barrier: false
 bool symbol_is_preemptible(SYMTAB*);
 bool symbol_is_outside_accessible(SYMTAB*);
 bool symbol_is_protected(SYMTAB*);
@@ -61,6 +61,6 @@ void set_PPRAGMA_tree_arg(NODE*, uint32_t i, const char* text);
 long get_PPRAGMA_tree_int_arg(NODE*, uint32_t i);
 void set_PPRAGMA_tree_int_arg(NODE*, uint32_t i, long value);
 NODE* copy_ppragma_tree(NODE*);
-NODE* mk_PPRAGMA(PRAGMA*, LS* scope);         // takes the record
+NODE* mk_PPRAGMA(PRAGMA*, LS* scope); // takes the record
 
 #endif

@@ -32,8 +32,8 @@ namespace {
 void log_control(int id, const PSN* psn) {
     if (!print_debug) return;
     static const char* const keys[] = {"", "I_BF", "I_EF", "I_BB", "I_EB", "I_EA", "I_EL"};
-    dprintf("%s\t%ld\t\t\t;%s\n", id <= 6 ? keys[id] : "<unknown key>", psn != nullptr ? static_cast<long>(psn->line) : 0L,
-            currfunc->name);
+    dprintf("%s\t%ld\t\t\t;%s\n", id <= 6 ? keys[id] : "<unknown key>",
+            psn != nullptr ? static_cast<long>(psn->line) : 0L, currfunc->name);
 }
 
 } // namespace
@@ -230,7 +230,8 @@ bool calls_function_that_never_returns(const LIST* stmts) {
     const NODE* last = nullptr;
     for (; stmts != nullptr; stmts = stmts->rest)
         if (stmts->first->op != BRANCH) last = stmts->first;
-    if (last == nullptr || (last->op != CALL && last->op != UCALL) || last->left->op != UAND || last->left->left->op != NAME)
+    if (last == nullptr || (last->op != CALL && last->op != UCALL) || last->left->op != UAND ||
+        last->left->left->op != NAME)
         return false;
     const FUNINFO* f = find_FUNINFO_for_symbol(last->left->left->u.sym);
     return f != nullptr && (f->flags & FUN_never_returns);
@@ -430,7 +431,8 @@ void finalize_dd_edges() {
         if (present[e.from] && present[e.to]) {
             o_file->if_write_dep_edge(e.from, e.to, e.kind);
             if (print_debug) {
-                dprintf("\n%c\tDDEDGE\t^[%d]\tv1:%d = %s", '#', static_cast<int>(e.kind), static_cast<int>(e.from), e.from_text.c_str());
+                dprintf("\n%c\tDDEDGE\t^[%d]\tv1:%d = %s", '#', static_cast<int>(e.kind), static_cast<int>(e.from),
+                        e.from_text.c_str());
                 dprintf("\t\t\tv2:%d = %s\n", static_cast<int>(e.to), e.to_text.c_str());
             }
             continue;

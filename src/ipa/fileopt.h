@@ -4,7 +4,7 @@
 
 struct FUNINFO;
 
-void init_fileopts();       // makes `fileinfo` anew; call when the options are known
-void analyze_call_graph();  // sets the call-graph order of the defined functions
+void init_fileopts();      // makes `fileinfo` anew; call when the options are known
+void analyze_call_graph(); // sets the call-graph order of the defined functions
 
 #endif

@@ -30,7 +30,7 @@ struct EDGE {
 struct LBL {
     LBL* next;
     BBLK* bb;
-    int32_t index;     // the label's number; negative ones are the optimizer's
+    int32_t index; // the label's number; negative ones are the optimizer's
     uint32_t refcount = 0;
 
     LBL(int32_t number, LBL* rest, BBLK* block) : next(rest), bb(block), index(number) {}
@@ -39,23 +39,23 @@ struct LBL {
 };
 
 struct BBLK {
-    uint32_t serial;              // place in FUNINFO::blocks
+    uint32_t serial; // place in FUNINFO::blocks
     FUNINFO* owner;
-    LIR::block* lir = nullptr;    // low-level form of the block, when the function is in it
-    BBLK* dflink = nullptr;       // next in depth-first order, the order in which passes walk the function
-    BBLK* rdflink = nullptr;      // previous in that order; the head's is the last block
-    BBLK* uolink = nullptr;       // next in creation order; holds all blocks
+    LIR::block* lir = nullptr; // low-level form of the block, when the function is in it
+    BBLK* dflink = nullptr;    // next in depth-first order, the order in which passes walk the function
+    BBLK* rdflink = nullptr;   // previous in that order; the head's is the last block
+    BBLK* uolink = nullptr;    // next in creation order; holds all blocks
     SUPERBLOCK* superblock = nullptr;
-    LIST* stmts = nullptr;        // owned
-    EDGE* preds = nullptr;        // owned
-    EDGE* succs = nullptr;        // owned
+    LIST* stmts = nullptr; // owned
+    EDGE* preds = nullptr; // owned
+    EDGE* succs = nullptr; // owned
     EDGE* dfs_cursor = nullptr;
-    LBL* labels = nullptr;        // owned
-    LOOP_RECORD* loop = nullptr;  // innermost loop that holds the block
+    LBL* labels = nullptr;       // owned
+    LOOP_RECORD* loop = nullptr; // innermost loop that holds the block
     NODE* loop_control = nullptr;
     NODE* loop_trip_count = nullptr;
     INT65 loop_increment;
-    BITVEC* live_in = nullptr;    // liveness vectors, owned
+    BITVEC* live_in = nullptr; // liveness vectors, owned
     BITVEC* live_out = nullptr;
     BITVEC* live_use = nullptr;
     BITVEC* live_def = nullptr;
@@ -64,16 +64,16 @@ struct BBLK {
     PSN* last_psn = nullptr;
     double entry_count = -1.0;
     double exit_count = -1.0;
-    int32_t uon = 0;              // creation-order number
-    int32_t dfn = 0;              // depth-first number, from 1; 0 while not reached
+    int32_t uon = 0; // creation-order number
+    int32_t dfn = 0; // depth-first number, from 1; 0 while not reached
     uint8_t visited = 0;
     uint8_t mark = 0;
-    BITVEC* assigned = nullptr;   // owned
-    BITVEC* read = nullptr;       // owned
+    BITVEC* assigned = nullptr; // owned
+    BITVEC* read = nullptr;     // owned
     int32_t loop_depth = 0;
 
     BBLK(uint32_t serial_number, FUNINFO* function) : serial(serial_number), owner(function) {}
-    virtual ~BBLK() = default;    // freed through erase_bblock
+    virtual ~BBLK() = default; // freed through erase_bblock
 };
 
 #endif

@@ -95,7 +95,9 @@ NODE* copy_dd_node(const NODE* from, bool keep_scope) {
 }
 
 NODE* copy_tree(const NODE* tree, bool keep_scope) {
-    auto one = [](const NODE* from, bool keep) { return from->op == DDNODE ? copy_dd_node(from, keep) : copy_node(from, keep); };
+    auto one = [](const NODE* from, bool keep) {
+        return from->op == DDNODE ? copy_dd_node(from, keep) : copy_node(from, keep);
+    };
     return copy(tree, keep_scope, one);
 }
 NODE* copy_dd_tree(const NODE* tree, bool keep_scope) { return copy(tree, keep_scope, copy_dd_node); }

@@ -151,7 +151,9 @@ class PRINTER {
         bool assignment = opcode_is_ASG(node->op);
         if (!assignment) add("(");
         tree(node->left);
-        add(node->op == STASG || node->op == ARASG ? " = " : node->op == COMMAOP || node->op == PCOMMA ? ", " : " " + trimmed_name(node->op) + " ");
+        add(node->op == STASG || node->op == ARASG      ? " = "
+            : node->op == COMMAOP || node->op == PCOMMA ? ", "
+                                                        : " " + trimmed_name(node->op) + " ");
         tree(node->right);
         if (!assignment) add(")");
     }

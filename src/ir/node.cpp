@@ -23,7 +23,7 @@ SLAB_POOL lbl_pool(sizeof(LBL), offsetof(LBL, next));
 } // namespace
 
 #define POOLED(RECORD, pool)                                                                                           \
-    void* RECORD::operator new(size_t size) { return NX_POOLS ? (pool).alloc() : ::operator new(size); }              \
+    void* RECORD::operator new(size_t size) { return NX_POOLS ? (pool).alloc() : ::operator new(size); }               \
     void RECORD::operator delete(void* p) { NX_POOLS ? (pool).free(p) : ::operator delete(p); }
 POOLED(LIST, list_pool)
 POOLED(EDGE, edge_pool)

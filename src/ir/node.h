@@ -33,8 +33,8 @@ struct BASE_NODE {
     virtual TYPE* field_csu() const { return nullptr; }
     virtual uint32_t icon_uvalue() const { return 0; }
     virtual int32_t icon_svalue() const { return 0; }
-    virtual const char* lcon_value() { return "0"; }  // shared buffer, valid until the next call
-    virtual const char* fcon_value() { return "0"; }  // kept with the node
+    virtual const char* lcon_value() { return "0"; } // shared buffer, valid until the next call
+    virtual const char* fcon_value() { return "0"; } // kept with the node
     virtual const char* scon_value() const { return ""; }
     virtual uint32_t scon_length() const { return 0; }
     virtual int32_t label_id() const { return 0; }
@@ -79,57 +79,57 @@ struct DDREC {
 
 // What few nodes carry; made on first use and owned by the node.
 struct NODE_EXT {
-    double probability = -1.0;    // of a label reference; -1.0 if unknown
-    void* ssa[3] = {};            // of the SSA passes; the second is the argument list of an SSA_PHI
-    void* dval = nullptr;         // data-dependence datum of a memory reference
+    double probability = -1.0; // of a label reference; -1.0 if unknown
+    void* ssa[3] = {};         // of the SSA passes; the second is the argument list of an SSA_PHI
+    void* dval = nullptr;      // data-dependence datum of a memory reference
     int depnum = 0;
     PTENV* ptenv = nullptr;
-    void* scratch[2] = {};        // of the running pass; cleared on copy
+    void* scratch[2] = {}; // of the running pass; cleared on copy
     void* word = nullptr;
-    FUNINFO* owner = nullptr;     // calls: the function whose body the call was read in
-    uint32_t call_index = 0;      // calls: number of the call in its owner, from 1
+    FUNINFO* owner = nullptr; // calls: the function whose body the call was read in
+    uint32_t call_index = 0;  // calls: number of the call in its owner, from 1
     uint32_t integration_depth = 0;
 };
 
 struct NODE final : BASE_NODE {
-    int32_t op;                                 // opcode; ILLOP in an erased node
-    uint32_t edge_profile_value = UINT32_MAX;   // all ones if unknown
-    TYPE* type;                                 // result type
-    NODE* left = nullptr;                       // first operand, or null
-    NODE* right = nullptr;                      // second operand, or null
+    int32_t op;                               // opcode; ILLOP in an erased node
+    uint32_t edge_profile_value = UINT32_MAX; // all ones if unknown
+    TYPE* type;                               // result type
+    NODE* left = nullptr;                     // first operand, or null
+    NODE* right = nullptr;                    // second operand, or null
     union U {
-        INT65 lval;         // ICON: value. LABEL, LABELDEF: label number. SCON: count of characters. SKIP: count of
-                            // 16-bit units. SWITCH: count of CASEs. CALL: extra arguments. ASM: record id (36, 47)
-        void* rval;         // as one of the members below
-        SYMTAB* sym;        // NAME; STASG: the target's symbol, if it is a NAME
-        simul_fval* fval;   // FCON: the value, owned
-        char* name;         // ICALL, UICALL, MCALL, UMCALL: the builtin's name, owned
-        TYPE* csu;          // FIELD: the struct type
+        INT65 lval;       // ICON: value. LABEL, LABELDEF: label number. SCON: count of characters. SKIP: count of
+                          // 16-bit units. SWITCH: count of CASEs. CALL: extra arguments. ASM: record id (36, 47)
+        void* rval;       // as one of the members below
+        SYMTAB* sym;      // NAME; STASG: the target's symbol, if it is a NAME
+        simul_fval* fval; // FCON: the value, owned
+        char* name;       // ICALL, UICALL, MCALL, UMCALL: the builtin's name, owned
+        TYPE* csu;        // FIELD: the struct type
         U() : lval() {}
     } u;
     union {
         void* p = nullptr;
-        fkMDATA* mval;      // FIELD: the member
-        char* text;         // SCON: the characters, one byte each, owned (new[]). FCON: cached text form, owned, null
-                            // until asked. ASM: the text, owned
-        LBL* lbl;           // LABEL, LABELDEF: the label's record, null before blocks exist
-        PRAGMA* pragma;     // PPRAGMA: the record, owned
-        DDREC* dd;          // DDNODE: the record, owned
+        fkMDATA* mval;  // FIELD: the member
+        char* text;     // SCON: the characters, one byte each, owned (new[]). FCON: cached text form, owned, null
+                        // until asked. ASM: the text, owned
+        LBL* lbl;       // LABEL, LABELDEF: the label's record, null before blocks exist
+        PRAGMA* pragma; // PPRAGMA: the record, owned
+        DDREC* dd;      // DDNODE: the record, owned
     };
-    LS* scope = nullptr;    // lexical scope of the expression
-    TYPE* orig_type;        // the type before normalisation; set to `type` at creation and left alone
-    NODE_EXT* ext = nullptr;// rare fields, null until one is set; see extra()
-    uint32_t i_eht_id = 0;  // calls: entry of the exception table, 0 if none
-    uint16_t mark[3] = {};  // scratch marks; the first is cleared on copy
-    uint8_t flags = 0;      // bit 0 is copied, the others are not
-    int8_t hint = 0;        // LABEL under an IF: branch hint -1, 0 or 1
+    LS* scope = nullptr;     // lexical scope of the expression
+    TYPE* orig_type;         // the type before normalisation; set to `type` at creation and left alone
+    NODE_EXT* ext = nullptr; // rare fields, null until one is set; see extra()
+    uint32_t i_eht_id = 0;   // calls: entry of the exception table, 0 if none
+    uint16_t mark[3] = {};   // scratch marks; the first is cleared on copy
+    uint8_t flags = 0;       // bit 0 is copied, the others are not
+    int8_t hint = 0;         // LABEL under an IF: branch hint -1, 0 or 1
 
     NODE(int opcode, TYPE* t) : op(opcode), type(t), orig_type(t) {}
     NODE(const NODE&) = delete;
     NODE& operator=(const NODE&) = delete;
     ~NODE() override;
 
-    NODE_EXT& extra();      // the rare fields, made if absent
+    NODE_EXT& extra(); // the rare fields, made if absent
     double probability() const { return ext != nullptr ? ext->probability : -1.0; }
     void set_probability(double p_taken);
 
@@ -183,10 +183,10 @@ NODE* mktree(int op, NODE* left, NODE* right, TYPE* type, SYMTAB* sym, INT65 val
 
 // One statement of a singly linked list.
 struct LIST {
-    NODE* first;             // the statement, owned
-    PSN* psn;                // its source position, or null; not owned
-    LIST* rest;              // next cell
-    uint16_t mark[2] = {};   // set by mklist
+    NODE* first;           // the statement, owned
+    PSN* psn;              // its source position, or null; not owned
+    LIST* rest;            // next cell
+    uint16_t mark[2] = {}; // set by mklist
 
     LIST(NODE* stmt, PSN* position, LIST* next) : first(stmt), psn(position), rest(next) {}
     static void* operator new(size_t);
@@ -199,23 +199,23 @@ LIST* append_node_to_list(NODE* stmt, LIST* list, PSN* psn); // appends; returns
 LIST* reverse_list(LIST* list);                              // in place; returns the new head
 
 // Copies (ir/copy). A copy has no scope unless `keep_scope`, and no scratch data.
-NODE* copy_node(const NODE* node, bool keep_scope = true);   // the node alone, with the same operands
+NODE* copy_node(const NODE* node, bool keep_scope = true); // the node alone, with the same operands
 NODE* copy_tree(const NODE* tree, bool keep_scope = true);
 NODE* copy_dd_node(const NODE* node, bool keep_scope = true);
 NODE* copy_dd_tree(const NODE* tree, bool keep_scope = true);
 LIST* copy_statements(const LIST* list, bool keep_scope = true);
 LIST* copy_dd_statements(const LIST* list, bool keep_scope = true);
-LIST* copy_shared_statements(const LIST* list);              // new cells, the same trees
+LIST* copy_shared_statements(const LIST* list); // new cells, the same trees
 // `node` itself if both operands are its own already, else a copy of it with the operands given.
 NODE* copy_node_if_changed(NODE* node, NODE* left, NODE* right);
 
 // Erasing (ir/erase). Reaching a node that is erased already ends the run.
-NODE* erase_tree(NODE* tree);                 // the tree with all that it owns; returns null
-void erase_node(NODE* node);                  // the node alone
-LIST* erase_tree_list(LIST* list);            // cells and trees; returns null
-LIST* erase_tree_list_only(LIST* list);       // the cells alone; returns null
+NODE* erase_tree(NODE* tree);                          // the tree with all that it owns; returns null
+void erase_node(NODE* node);                           // the node alone
+LIST* erase_tree_list(LIST* list);                     // cells and trees; returns null
+LIST* erase_tree_list_only(LIST* list);                // the cells alone; returns null
 LIST* erase_tree_list_to_entry(LIST* list, LIST* end); // cells and trees in front of `end`; returns `end`
-[[noreturn]] void erase_dag(NODE* tree);      // exists only to fail: a shared tree is never freed this way
+[[noreturn]] void erase_dag(NODE* tree);               // exists only to fail: a shared tree is never freed this way
 
 // Number of nodes of the tree, counted no further than `limit`.
 int count_nodes_in_tree(const NODE* tree, int limit = INT32_MAX);

@@ -51,8 +51,8 @@ NODE* mk_NAME(SYMTAB* sym, LS* scope) {
 namespace {
 
 NODE* mk_builtin_call(int op, int op_without_args, const char* name, NODE* args, TYPE* type) {
-    NODE* node = maketree(args != nullptr ? op : op_without_args, args, nullptr, type,
-                          args != nullptr ? args->scope : nullptr);
+    NODE* node =
+        maketree(args != nullptr ? op : op_without_args, args, nullptr, type, args != nullptr ? args->scope : nullptr);
     node->mk_icall(name);
     return node;
 }
@@ -104,7 +104,7 @@ NODE* mk_ASM(int kind, const char* text, LS* scope) {
 }
 
 NODE* mkpredicate(SYMTAB* sym) {
-    NODE* zero = sym->type->is_ptr() ? mk_PCONV(mk_ICON(0, tp->int_type()), sym->type)
+    NODE* zero = sym->type->is_ptr()        ? mk_PCONV(mk_ICON(0, tp->int_type()), sym->type)
                  : sym->type->is_integral() ? mk_ICON(0, sym->type->type_qualified())
                                             : mk_SCONV(mk_ICON(0, tp->int_type()), sym->type);
     return maketree(NEQ, mk_NAME(sym), zero, tp->int_type(), sym->scope);

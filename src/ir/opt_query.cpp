@@ -97,8 +97,7 @@ bool reassociated_congruent(const NODE* a, const NODE* b, COMPARISON& how) {
     if (!leaves(a, x) || !leaves(b, y)) return false;
     static constexpr int orders[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
     for (const auto& order : orders)
-        if (congruent(x[0], y[order[0]], how) && congruent(x[1], y[order[1]], how) &&
-            congruent(x[2], y[order[2]], how))
+        if (congruent(x[0], y[order[0]], how) && congruent(x[1], y[order[1]], how) && congruent(x[2], y[order[2]], how))
             return true;
     return false;
 }
@@ -117,8 +116,8 @@ bool congruent(const NODE* a, const NODE* b, COMPARISON& how) {
         if (a == b) return a->op != MIXVALUE || a->u.lval > INT65(1);
         a = skip_marks(a);
         b = skip_marks(b);
-        if (!how.se_ok && (side_effects[a->op & 255] || side_effects[b->op & 255] || is_volatile_access(a) ||
-                       is_volatile_access(b)))
+        if (!how.se_ok &&
+            (side_effects[a->op & 255] || side_effects[b->op & 255] || is_volatile_access(a) || is_volatile_access(b)))
             return false;
         if (a->op != b->op) {
             if (is_copy_of_parameter(a, b) || is_copy_of_parameter(b, a)) return true;
@@ -207,14 +206,14 @@ bool is_manifest_constant(const NODE* tree) {
     return tree->op == ICON || tree->op == FCON || tree->op == SCON;
 }
 
-bool is_link_time_constant(const NODE* tree) {
+bool is_initialiser_constant(const NODE* tree) {
     for (;;) {
         switch (tree->op) {
         case SCON:
         case ICON:
         case FCON: return true;
         case COMPLEX:
-            if (!is_link_time_constant(tree->right)) return false;
+            if (!is_initialiser_constant(tree->right)) return false;
             tree = tree->left;
             break;
         case SCONV:
@@ -227,14 +226,26 @@ bool is_link_time_constant(const NODE* tree) {
         case UAND: {
             const NODE* object = tree->left;
             while (object->op == STDOT) object = object->left;
-            if (object->op != NAME || object->u.sym == nullptr || object->u.sym->level != 0) return false;
-            if (object->type->qual_kind() & QUAL_FAR) return false;
-            if (TYPE_PKG::flat_memory_model) return false;
-            return !far_externs || object->u.sym->sclass != SC_EXTERN_DECL;
+            return object->op == NAME && object->u.sym != nullptr && object->u.sym->level == 0;
         }
         default: return false;
         }
     }
+}
+
+bool is_link_time_constant(const NODE* tree) {
+    if (!is_initialiser_constant(tree)) return false;
+    bool near = true;
+    walk_tree_top_down(const_cast<NODE*>(tree), [&](NODE* node) {
+        if (node->op != UAND) return true;
+        const NODE* object = node->left;
+        while (object->op == STDOT) object = object->left;
+        if (object->type->qual_kind() & QUAL_FAR) near = false;
+        if (TYPE_PKG::flat_memory_model) near = false;
+        if (far_externs && object->u.sym->sclass == SC_EXTERN_DECL) near = false;
+        return false;
+    });
+    return near;
 }
 
 namespace {
@@ -363,7 +374,9 @@ bool may_be_same_object(const NODE* target, const NODE* lvalue) {
     while (target->op == STDOT) target = target->left;
     while (lvalue->op == STDOT) lvalue = lvalue->left;
     if (target->op == NAME && lvalue->op == NAME) return target->u.sym == lvalue->u.sym;
-    auto is_private = [](const NODE* t) { return t->op == NAME && t->u.sym != nullptr && t->u.sym->level == 2 && !t->u.sym->aliased(); };
+    auto is_private = [](const NODE* t) {
+        return t->op == NAME && t->u.sym != nullptr && t->u.sym->level == 2 && !t->u.sym->aliased();
+    };
     return !is_private(target) && !is_private(lvalue);
 }
 
@@ -374,12 +387,12 @@ bool tree_modifies_lvalue_in_tree(const NODE* root, const NODE* lvalue) {
     walk_tree_top_down(const_cast<NODE*>(root), [&](NODE* node) {
         if (opcode_is_ASG(node->op) || node->op == PLUSPLUS || node->op == MINMIN)
             found |= may_be_same_object(node->left, lvalue);
-        else if (node->op == CALL || node->op == UCALL || node->op == MCALL || node->op == UMCALL || node->op == MEMCPY ||
-                 node->op == ASM) {
+        else if (node->op == CALL || node->op == UCALL || node->op == MCALL || node->op == UMCALL ||
+                 node->op == MEMCPY || node->op == ASM) {
             const NODE* object = lvalue;
             while (object->op == STDOT) object = object->left;
-            found |= object->op != NAME || object->u.sym == nullptr || object->u.sym->level == 0 ||
-                     object->u.sym->aliased();
+            found |=
+                object->op != NAME || object->u.sym == nullptr || object->u.sym->level == 0 || object->u.sym->aliased();
         }
         return !found;
     });

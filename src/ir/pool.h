@@ -39,7 +39,7 @@ class SLAB_POOL {
     void free(void* cell);
 
   private:
-    static constexpr size_t keep_freed = 1024;  // freed cells that keep their mark
+    static constexpr size_t keep_freed = 1024; // freed cells that keep their mark
     static constexpr size_t slab_bytes = 1 << 18;
 
     void* take_freed();

@@ -52,11 +52,11 @@ struct I_CATCH_ENTRY {
 };
 struct EHT_ENTRY {
     uint32_t id = 0;
-    uint32_t kind = 0;    // EHK
+    uint32_t kind = 0; // EHK
     uint32_t next = 0;
-    uint32_t count = 0;   // EHK_CATCH: number of catch entries; others as read
-    NODE* cleanup = nullptr;                // EHK_CLEANUP, owned
-    std::vector<I_CATCH_ENTRY> catches;     // EHK_CATCH
+    uint32_t count = 0;                 // EHK_CATCH: number of catch entries; others as read
+    NODE* cleanup = nullptr;            // EHK_CLEANUP, owned
+    std::vector<I_CATCH_ENTRY> catches; // EHK_CATCH
 };
 
 #endif

@@ -23,12 +23,13 @@ uint32_t unique_call_index;
 uint32_t user_error_count;
 
 int alias_vars, memory_is_big_endian, program_mode = -1, dump_ocg_in_GDL, dwim_loops, dwim_aliases, far_externs,
-    strict_fp = 1, kr_flag, max_unrolled_loop_size = 195, code_is_reentrant = 1, source_interlist, pass_args_in_regs,
-    remove_hooks_when_inlining, inline_single, cache_sys_funinfo = 2, unsigned_ok_for_RPTB, old_const_pointer_behavior,
-    use_g2, volit_vars, decode_mangle_scheme, inhibit_clustering;
+                                      strict_fp = 1, kr_flag, max_unrolled_loop_size = 195, code_is_reentrant = 1,
+                                      source_interlist, pass_args_in_regs, remove_hooks_when_inlining, inline_single,
+                                      cache_sys_funinfo = 2, unsigned_ok_for_RPTB, old_const_pointer_behavior, use_g2,
+                                      volit_vars, decode_mangle_scheme, inhibit_clustering;
 int aux_cmd_flag[10];
 int mini_mult, apply_symbolic_methods, memory_model, unsigned_index_wraps = 1, chars_alias_other_types = 1,
-    pointer_args_are_disjoint, loop_increments_are_not_zero;
+                                                     pointer_args_are_disjoint, loop_increments_are_not_zero;
 bool do_MDF_vectorization, do_int_MVP = true, do_IP_MVP, do_beta_MVP;
 
 OPTION_QUERIES option_queries;

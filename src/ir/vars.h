@@ -14,15 +14,15 @@ struct I_FILE;
 // functions and while a barrier runs. Whoever changes them for a moment uses CURRENT_FUNCTION.
 extern SYMTAB* currfunc;
 extern FUNINFO* currfuninfo;
-extern FILEINFO* fileinfo;         // the record of the file; set by init_fileopts
+extern FILEINFO* fileinfo; // the record of the file; set by init_fileopts
 
-extern I_FILE* i_file;             // set by open_files, null after close_files
+extern I_FILE* i_file; // set by open_files, null after close_files
 extern I_FILE* o_file;
-extern FILE* fdebug;               // debug log, or null
-extern FILE* finfo;                // information file, or null
-extern int print_debug;            // level of --print_debug
-extern int write_opt_info;         // level of --gen_opt_info
-extern const char* curr_file;      // file name of the function in work, "NO_FILE" or "NO_PSN_FILE"
+extern FILE* fdebug;          // debug log, or null
+extern FILE* finfo;           // information file, or null
+extern int print_debug;       // level of --print_debug
+extern int write_opt_info;    // level of --gen_opt_info
+extern const char* curr_file; // file name of the function in work, "NO_FILE" or "NO_PSN_FILE"
 
 extern bool function_prepass;      // true while the input is read and during "pass 1"
 extern int lex;                    // reader: 0 outside functions, 1 in the parameters, 2 and more in the blocks
@@ -39,7 +39,7 @@ extern int alias_vars, memory_is_big_endian, program_mode, dump_ocg_in_GDL, dwim
 extern int aux_cmd_flag[10];
 extern int mini_mult, apply_symbolic_methods, memory_model, unsigned_index_wraps, chars_alias_other_types,
     pointer_args_are_disjoint, loop_increments_are_not_zero;
-extern int trace_indentation;          // blanks in front of traced lines
+extern int trace_indentation; // blanks in front of traced lines
 extern bool do_MDF_vectorization, do_int_MVP, do_IP_MVP, do_beta_MVP;
 
 // Makes another function the one in work until the end of the scope.
@@ -69,7 +69,9 @@ struct OPTION_QUERIES {
 };
 extern OPTION_QUERIES option_queries;
 inline int opt_level() { return option_queries.opt_level != nullptr ? option_queries.opt_level() : 0; }
-inline int size_speed_goal() { return option_queries.size_speed_goal != nullptr ? option_queries.size_speed_goal() : 4; }
+inline int size_speed_goal() {
+    return option_queries.size_speed_goal != nullptr ? option_queries.size_speed_goal() : 4;
+}
 
 // Internal faults. All three end the run and do not return: the files are closed, the output file is deleted, the fault
 // is told on standard error, exit status 1 (driver/main fills in the clean-up through abort_hook).

@@ -100,7 +100,7 @@ def help_and_version(bench):
 @check
 def no_arguments(bench):
     for tool in all_tools(bench):
-        bench.refuse(bench.run(tool), err="(?i)usage")
+        bench.refuse(bench.run(tool), err="(?i)usage|--help")
 
 
 @check

@@ -47,8 +47,7 @@ int field_count(int op) {
 // An address whose pointer type does not exist yet waits with it until it is an operand: in front of that a suffix may
 // still give it another type, and a type that nobody has must not be made.
 void PARSER::settle(int n) {
-    if (n >= 0 && at(n).op == UAND && at(n).type == no_type)
-        at(n).type = natural_type(tree, n, 0, scope, *this, true);
+    if (n >= 0 && at(n).op == UAND && at(n).type == no_type) at(n).type = natural_type(tree, n, 0, scope, *this, true);
 }
 
 int PARSER::node(int op, const TOKEN& start, int left, int right) {

@@ -78,9 +78,15 @@ TEST(encoding, unsigned_numbers_are_leb128) {
 }
 
 TEST(encoding, signed_numbers_are_sign_extended) {
-    const std::pair<int32_t, BYTES> cases[] = {{0, {0}},        {-1, {0x7f}},         {63, {63}},
-                                               {64, {0xc0, 0}}, {-64, {0x40}},        {-65, {0xbf, 0x7f}},
-                                               {-56, {0x48}},   {200, {0xc8, 1}},     {INT32_MIN, {0x80, 0x80, 0x80, 0x80, 0x78}},
+    const std::pair<int32_t, BYTES> cases[] = {{0, {0}},
+                                               {-1, {0x7f}},
+                                               {63, {63}},
+                                               {64, {0xc0, 0}},
+                                               {-64, {0x40}},
+                                               {-65, {0xbf, 0x7f}},
+                                               {-56, {0x48}},
+                                               {200, {0xc8, 1}},
+                                               {INT32_MIN, {0x80, 0x80, 0x80, 0x80, 0x78}},
                                                {INT32_MAX, {0xff, 0xff, 0xff, 0xff, 0x07}}};
     for (const auto& [value, bytes] : cases) {
         EXPECT_EQ(body_of([v = value](I_FILE& f) { f.i_write_sint(v); }), bytes) << value;

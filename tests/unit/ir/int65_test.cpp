@@ -9,14 +9,17 @@ TEST(int65, agrees_with_wide_arithmetic) {
     std::mt19937_64 random(1);
     auto any = [&] {
         static const long long edges[] = {0, 1, -1, INT32_MAX, INT32_MIN, UINT32_MAX, INT64_MAX, INT64_MIN, 65535};
-        return random() % 3 == 0 ? INT65(edges[random() % 9]) : random() % 2 ? INT65(random()) : INT65(static_cast<long long>(random()));
+        return random() % 3 == 0 ? INT65(edges[random() % 9])
+               : random() % 2    ? INT65(random())
+                                 : INT65(static_cast<long long>(random()));
     };
     for (int i = 0; i < 200000; i++) {
         INT65 a = any(), b = any();
         __int128 x = a.to_wide(), y = b.to_wide();
         ASSERT_EQ((a + b).to_wide(), cut(x + y));
         ASSERT_EQ((a - b).to_wide(), cut(x - y));
-        ASSERT_EQ((a * b).to_wide(), cut(static_cast<__int128>(static_cast<unsigned __int128>(x) * static_cast<unsigned __int128>(y))));
+        ASSERT_EQ((a * b).to_wide(),
+                  cut(static_cast<__int128>(static_cast<unsigned __int128>(x) * static_cast<unsigned __int128>(y))));
         if (y != 0) {
             ASSERT_EQ((a / b).to_wide(), cut(x / y));
             ASSERT_EQ((a % b).to_wide(), cut(x % y));
