@@ -207,6 +207,15 @@ TEST_F(BuildCfg, SplitBlockMovesStatementsAndEdges) {
     EXPECT_EQ(edge_length(back->succs), 2);
 }
 
+TEST_F(BuildCfg, SplitBlockInFrontOfAStatement) {
+    build({event(1), event(2), event(3)});
+    BBLK* back = split_block(f->bb_list, f->bb_list->stmts->rest, false);
+    renumber_bblocks();
+    expect_valid("split_block");
+    EXPECT_EQ(back, block_with_event(2));
+    EXPECT_EQ(run_blocks(0).events, (std::vector<long>{1, 2, 3}));
+}
+
 TEST_F(BuildCfg, SplitOfACriticalEdgeLeavesTheBackEdgeAlone) {
     // Two tests lead to the join; the loop goes back from its test.
     build({unless(in(0), 1), event(1), unless(in(1), 2), event(2), label(1), event(3), unless(in(2), 1), label(2),

@@ -1,6 +1,6 @@
 #include "cfg/cfg_fixture.h"
 
-#include <chrono>
+#include <ctime>
 
 namespace {
 
@@ -126,7 +126,7 @@ TEST_F(SimpCfg, LargeFunctionsTakeLinearTime) {
     stmts.push_back(label(5));
     for (int i = 0; i < n; i++) stmts.push_back(unless(in(i % 6), 3 * n + i)); // a deep nest of nothing
     for (int i = n - 1; i >= 0; i--) stmts.push_back(label(3 * n + i));
-    auto start = std::chrono::steady_clock::now();
+    std::clock_t start = std::clock(); // other work on the machine does not count
     body(stmts);
     seq_trees();
     buildcfg();
@@ -135,9 +135,9 @@ TEST_F(SimpCfg, LargeFunctionsTakeLinearTime) {
     rotate_loops();
     straighten_traces_in_cfg();
     expect_valid("all");
-    double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
     EXPECT_EQ(count_op(IF), 0);
-    EXPECT_LT(seconds, 10.0); // under a second; a quadratic step would take minutes
+    EXPECT_LT(seconds, 20.0); // under a second; a quadratic step would take minutes
 }
 
 // ------------------------------------------------------------------------------------------------------------ SWITCH
