@@ -2,6 +2,7 @@
 
 #include "cfg/bbutils.h"
 #include "driver/close_globals.h"
+#include "driver/debug_switches.h"
 #include "driver/open_files.h"
 #include "driver/optobj.h"
 #include "driver/safealloc.h"
@@ -102,4 +103,6 @@ void reset_run_state() {
     icode_optionlist.clear();
     reset_opt_client();
     reset_options();
+    clear_debug_switches();
+    tp_release(); // types of one run must not show up in the next one's output
 }
