@@ -19,7 +19,6 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, "..", "tests", "differential"))
@@ -30,19 +29,10 @@ import make_unit  # noqa: E402
 SECONDS = 600
 
 
-def measured(command, folder):
-    """(seconds of processor time, peak memory in bytes). The peak is what the kernel counts for the process."""
-    began = time.monotonic()
-    process = subprocess.Popen(command, cwd=folder, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
-    with process.stderr:
-        err = process.stderr.read()
-    _, status, usage = os.wait4(process.pid, 0)
-    process.returncode = os.waitstatus_to_exitcode(status)
-    if process.returncode != 0:
-        sys.exit("%s: status %d: %s" % (" ".join(command), process.returncode, err[:500].decode("utf-8", "replace")))
-    if time.monotonic() - began > SECONDS:
-        sys.exit("%s: too slow" % " ".join(command))
-    return usage.ru_utime + usage.ru_stime, usage.ru_maxrss * 1024
+def measured(peak, command, folder):
+    """(seconds of processor time, peak memory in bytes) of a command, by nxpeak."""
+    seconds, size = build([peak, *command], folder).split()
+    return float(seconds), int(size)
 
 
 def build(command, folder):
@@ -56,8 +46,8 @@ def build(command, folder):
 class Unit:
     """One source in both forms, with its number of nodes."""
 
-    def __init__(self, tools, counter, folder, name, source):
-        self.name, self.folder = name, folder
+    def __init__(self, tools, counter, peak, folder, name, source):
+        self.name, self.folder, self.peak = name, folder, peak
         with open(os.path.join(folder, name + ".c"), "w", encoding="utf-8") as file:
             file.write(source)
         self.lines = source.count("\n")
@@ -70,8 +60,8 @@ class Unit:
 
     def measure(self):
         """One more run of each; the best time and the smallest peak stand."""
-        self.ours = tuple(map(min, self.ours, measured(self.ours_command, self.folder)))
-        self.llvm = tuple(map(min, self.llvm, measured(self.llvm_command, self.folder)))
+        self.ours = tuple(map(min, self.ours, measured(self.peak, self.ours_command, self.folder)))
+        self.llvm = tuple(map(min, self.llvm, measured(self.peak, self.llvm_command, self.folder)))
 
     def size(self, extension):
         return os.path.getsize(os.path.join(self.folder, self.name + extension))
@@ -108,23 +98,23 @@ def main():
     options = parser.parse_args()
     tools = Tools(options.bin)
     counter = os.path.abspath(os.path.join(options.bin, "bench", "nxcount"))
+    peak = os.path.abspath(os.path.join(options.bin, "bench", "nxpeak"))
     missing = tools.missing("nxopt", "nxparse")
     missing += [p for p in ("clang-14", "opt-14", "gcc", "nm") if not shutil.which(p)]
-    if not os.access(counter, os.X_OK):
-        missing.append(counter)
+    missing += [program for program in (counter, peak) if not os.access(program, os.X_OK)]
     if missing:
         parser.error("not found: " + ", ".join(missing))
 
     folder = tempfile.mkdtemp(prefix="nxbench-")
     try:
         programs = [make_unit.Program(path) for path in make_unit.default_programs()]
-        empty = Unit(tools, counter, folder, "empty", "int main(void) { return 0; }\n")
+        empty = Unit(tools, counter, peak, folder, "empty", "int main(void) { return 0; }\n")
         if options.copies:
             copies = [int(n) for n in options.copies.split(",")]
         else:
-            one = Unit(tools, counter, folder, "one", make_unit.make_unit(programs, 1))
+            one = Unit(tools, counter, peak, folder, "one", make_unit.make_unit(programs, 1))
             copies = sorted({max(1, round(n / one.nodes)) for n in (10e3, 30e3, 100e3, 300e3, 1e6)})
-        units = [Unit(tools, counter, folder, "unit%d" % n, make_unit.make_unit(programs, n)) for n in copies]
+        units = [Unit(tools, counter, peak, folder, "unit%d" % n, make_unit.make_unit(programs, n)) for n in copies]
         for _ in range(options.runs):
             for unit in [empty] + units:
                 unit.measure()

@@ -15,8 +15,11 @@
 
 namespace {
 
-// Files in memory: the names are the process's own, so that targets running side by side do not meet.
-std::string scratch_name(const char* what) { return "/dev/shm/nxfuzz-" + std::to_string(getpid()) + "." + what; }
+// Files in memory, in the folder that the script makes for this run; the process id keeps jobs apart.
+std::string scratch_name(const char* what) {
+    const char* folder = getenv("NX_FUZZ_FOLDER");
+    return std::string(folder != nullptr ? folder : "/dev/shm") + "/nxfuzz-" + std::to_string(getpid()) + "." + what;
+}
 
 void put(const std::string& name, const uint8_t* data, size_t size) {
     FILE* file = fopen(name.c_str(), "wb");

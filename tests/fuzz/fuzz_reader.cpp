@@ -53,8 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             file->if_type_init(tp);
             file->if_read_file();
         }
-    } catch (const run_ended&) {
-    }
+    } catch (const run_ended&) {}
     if (file != nullptr) file->if_discard();
     tp_release();
     return 0;

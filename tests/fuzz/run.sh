@@ -25,6 +25,9 @@ here=$(cd "$(dirname "$0")" && pwd)
 
 "$here/make-corpus.sh" "$bin" "$folder/seeds"
 findings=$folder/findings
+NX_FUZZ_FOLDER=$(mktemp -d /dev/shm/nxfuzz-XXXXXX)
+export NX_FUZZ_FOLDER
+trap 'rm -rf "$NX_FUZZ_FOLDER"' EXIT
 mkdir -p "$findings"
 # Memory that an interrupted run leaves behind is no finding: the process ends there outside the fuzzer. Jobs are
 # restarted when they have grown, and an input that is too much on its own is found by the check below.
@@ -56,6 +59,5 @@ for target in "${targets[@]}"; do
         fi
     done
 done
-rm -f /dev/shm/nxfuzz-*
 find "$findings" -type f -printf 'finding: %p\n'
 exit $status

@@ -70,7 +70,10 @@ void LEXER::read_number(TOKEN& t) {
     if (hex) at += 2;
     digits(hex);
     t.kind = TOKEN::NUMBER;
-    if (at < text.size() && text[at] == '.') {
+    // A point in front of a letter is member access: a#5.f0
+    const char behind = at + 1 < text.size() ? text[at + 1] : ' ';
+    const bool fraction = hex ? hex_value(behind) >= 0 || behind == 'p' || behind == 'P' : digit(behind);
+    if (at < text.size() && text[at] == '.' && fraction) {
         t.kind = TOKEN::FLOAT;
         at++;
         digits(hex);
