@@ -53,6 +53,20 @@ BBLK* insert_new_bb(int dfn, BBLK* after, LIST* stmts) {
     return bb;
 }
 
+namespace {
+
+void erase_rare_fields(BBLK_EXT* ext) {
+    if (ext == nullptr) return;
+    erase_tree(ext->loop_control);
+    erase_tree(ext->loop_trip_count);
+    for (BITVEC* vector :
+         {ext->live_in, ext->live_out, ext->live_use, ext->live_def, ext->descendants, ext->assigned, ext->read})
+        delete vector;
+    delete ext;
+}
+
+} // namespace
+
 void erase_bblock(BBLK* bb) {
     bb->stmts = erase_tree_list(bb->stmts);
     bb->preds = erase_edge_list(bb->preds);
@@ -62,13 +76,8 @@ void erase_bblock(BBLK* bb) {
         delete bb->labels;
         bb->labels = next;
     }
-    for (NODE** tree : {&bb->loop_control, &bb->loop_trip_count}) *tree = erase_tree(*tree);
-    for (BITVEC** vector :
-         {&bb->live_in, &bb->live_out, &bb->live_use, &bb->live_def, &bb->descendants, &bb->assigned, &bb->read}) {
-        delete *vector;
-        *vector = nullptr;
-    }
-    bb->superblock = nullptr;
+    erase_rare_fields(bb->ext);
+    bb->ext = nullptr;
     if (bb->serial < bb->owner->blocks.size()) bb->owner->blocks[bb->serial] = nullptr;
 }
 
@@ -330,11 +339,13 @@ BBLK* put_block_on_edge(BBLK* from, BBLK* to) {
     bb->succs = mkedge(to, nullptr);
     bb->preds = mkedge(from, nullptr);
     remap_labelrefs(end, to, bb);
-    if (to->live_in != nullptr) {
-        bb->live_use = new BITVEC(to->live_in->size);
-        bb->live_def = new BITVEC(to->live_in->size);
-        bb->live_in = new BITVEC(*to->live_in);
-        bb->live_out = new BITVEC(*to->live_in);
+    if (to->ext != nullptr && to->ext->live_in != nullptr) {
+        const BITVEC& live = *to->ext->live_in;
+        BBLK_EXT& ext = bb->extra();
+        ext.live_use = new BITVEC(live.size);
+        ext.live_def = new BITVEC(live.size);
+        ext.live_in = new BITVEC(live);
+        ext.live_out = new BITVEC(live);
     }
     BBLK* near = to->loop_depth < from->loop_depth ? to : from;
     bb->loop = near->loop;

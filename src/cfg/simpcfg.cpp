@@ -120,7 +120,7 @@ bool CFG_SIMPLIFIER::join_straight_lines() {
             next->succs = nullptr;
             if (bb->first_psn == nullptr) bb->first_psn = next->first_psn;
             if (next->last_psn != nullptr) bb->last_psn = next->last_psn;
-            bb->exit_count = next->exit_count;
+            if (next->ext != nullptr) bb->extra().exit_count = next->ext->exit_count;
             changed = true;
         } while (can_join(bb));
     }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 
 namespace {
 
@@ -39,6 +40,10 @@ bool read_magic(I_FILE& f) {
 
 // The stream's bytes from its position on. A file is read in one sweep; the sections are places in this copy.
 bool slurp(FILE* stream, std::vector<uint8_t>& to) {
+    struct stat status;
+    long at = ftell(stream);
+    if (at >= 0 && fileno(stream) >= 0 && fstat(fileno(stream), &status) == 0 && S_ISREG(status.st_mode))
+        to.reserve(static_cast<size_t>(std::max<long>(0, status.st_size - at)));
     uint8_t chunk[stream_buffer];
     size_t n;
     while ((n = fread(chunk, 1, sizeof chunk, stream)) != 0) to.insert(to.end(), chunk, chunk + n);

@@ -38,21 +38,10 @@ struct LBL {
     static void operator delete(void*);
 };
 
-struct BBLK {
-    uint32_t serial; // place in FUNINFO::blocks
-    FUNINFO* owner;
-    LIR::block* lir = nullptr; // low-level form of the block, when the function is in it
-    BBLK* dflink = nullptr;    // next in depth-first order, the order in which passes walk the function
-    BBLK* rdflink = nullptr;   // previous in that order; the head's is the last block
-    BBLK* uolink = nullptr;    // next in creation order; holds all blocks
+// What few blocks carry at a time; made on first use and owned by the block.
+struct BBLK_EXT {
     SUPERBLOCK* superblock = nullptr;
-    LIST* stmts = nullptr; // owned
-    EDGE* preds = nullptr; // owned
-    EDGE* succs = nullptr; // owned
-    EDGE* dfs_cursor = nullptr;
-    LBL* labels = nullptr;       // owned
-    LOOP_RECORD* loop = nullptr; // innermost loop that holds the block
-    NODE* loop_control = nullptr;
+    NODE* loop_control = nullptr; // of a loop header; trees are owned
     NODE* loop_trip_count = nullptr;
     INT65 loop_increment;
     BITVEC* live_in = nullptr; // liveness vectors, owned
@@ -60,20 +49,43 @@ struct BBLK {
     BITVEC* live_use = nullptr;
     BITVEC* live_def = nullptr;
     BITVEC* descendants = nullptr; // over dfn, owned
-    PSN* first_psn = nullptr;
-    PSN* last_psn = nullptr;
-    double entry_count = -1.0;
+    BITVEC* assigned = nullptr;    // owned
+    BITVEC* read = nullptr;        // owned
+    double entry_count = -1.0;     // of a profile
     double exit_count = -1.0;
+};
+
+struct BBLK {
+    uint32_t serial; // place in FUNINFO::blocks
     int32_t uon = 0; // creation-order number
     int32_t dfn = 0; // depth-first number, from 1; 0 while not reached
+    int32_t loop_depth = 0;
+    FUNINFO* owner;
+    LIR::block* lir = nullptr; // low-level form of the block, when the function is in it
+    BBLK* dflink = nullptr;    // next in depth-first order, the order in which passes walk the function
+    BBLK* rdflink = nullptr;   // previous in that order; the head's is the last block
+    BBLK* uolink = nullptr;    // next in creation order; holds all blocks
+    LIST* stmts = nullptr;     // owned
+    EDGE* preds = nullptr;     // owned
+    EDGE* succs = nullptr;     // owned
+    EDGE* dfs_cursor = nullptr;
+    LBL* labels = nullptr;       // owned
+    LOOP_RECORD* loop = nullptr; // innermost loop that holds the block
+    PSN* first_psn = nullptr;
+    PSN* last_psn = nullptr;
+    BBLK_EXT* ext = nullptr; // rare fields, null until one is set; see extra()
     uint8_t visited = 0;
     uint8_t mark = 0;
-    BITVEC* assigned = nullptr; // owned
-    BITVEC* read = nullptr;     // owned
-    int32_t loop_depth = 0;
 
     BBLK(uint32_t serial_number, FUNINFO* function) : serial(serial_number), owner(function) {}
-    virtual ~BBLK() = default; // freed through erase_bblock
+    virtual ~BBLK() { delete ext; } // freed through erase_bblock, which frees what the rare fields own
+    BBLK(const BBLK&) = delete;
+    BBLK& operator=(const BBLK&) = delete;
+
+    BBLK_EXT& extra() {
+        if (ext == nullptr) ext = new BBLK_EXT;
+        return *ext;
+    }
 };
 
 #endif

@@ -3,7 +3,7 @@
 // Holes are skipped, bit-fields are merged into units, addresses are a symbol and an offset.
 
 struct mixed { short a; int b; unsigned f : 3, g : 13, h : 4; const char *name; };
-// CHECK-DAG: .init _one = { 1:short, skip[1], 2, 13:ushort, skip[1], (char const*)"n\0" }
+// CHECK-DAG: .init _one = { 1, skip[1], 2, 13, skip[1], (char const*)"n\0" }
 struct mixed one = {1, 2, 5, 1, .name = "n"};
 int table[4][3];
 // CHECK-DAG: .init _inside = { (int*)(&_table + 20) }
@@ -15,7 +15,7 @@ int f(int x) { return x; }
 int (*functions[4])(int) = {f, [2] = f};
 // CHECK-DAG: .init _texts = { "ab\0":{char[3]}, "c\0":{char[2]}, skip[1], "def":{char[3]} }
 char texts[3][3] = {"ab", "c", "def"};
-// CHECK-DAG: .init _u = { 0x1p+0:float }
+// CHECK-DAG: .init _u = { 0x1p+0 }
 union { float x; long long y; } u = {1.0f};
 // CHECK-DAG: .init _late = { skip[2], 7 }
 int late[5] = {[1] = 7};
