@@ -204,7 +204,7 @@ bool close_files() {
     bool written = out->if_close(true, false) == 0;
     if (!written) {
         fprintf(stderr, "\n>> Cannot write output icode file : %s\n", o_file_name);
-        remove(o_file_name);
+        remove_output_file(o_file_name);
     }
     output_is_open = false;
     close_logs();
@@ -217,7 +217,7 @@ void discard_files() {
     i_file = o_file = nullptr;
     if (in != nullptr) in->if_discard();
     if (out != nullptr) out->if_discard();
-    if (output_is_open) remove(o_file_name);
+    if (output_is_open) remove_output_file(o_file_name);
     output_is_open = false;
     close_logs();
 }

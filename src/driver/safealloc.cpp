@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <strings.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -41,6 +42,11 @@ char* safestrdup(const char* text) {
 int strcaseicmp(const char* a, const char* b) { return strcasecmp(a, b); }
 int strcaseincmp(const char* a, const char* b, size_t n) { return strncasecmp(a, b, n); }
 const char* strcaseistr(const char* text, const char* part) { return strcasestr(text, part); }
+
+void remove_output_file(const char* name) {
+    struct stat status;
+    if (stat(name, &status) == 0 && S_ISREG(status.st_mode)) remove(name);
+}
 
 void (*end_run_hook)(int status);
 

@@ -15,6 +15,9 @@ int strcaseicmp(const char* a, const char* b);
 int strcaseincmp(const char* a, const char* b, size_t n);
 const char* strcaseistr(const char* text, const char* part);
 
+// Removes an output file that must not stay. A device or anything else that is no regular file stays.
+void remove_output_file(const char* name);
+
 // Ends the run with the status. Everything that ends the process in an orderly way goes through here, so that a
 // program that holds the optimizer as a library (the fuzz targets) can catch it: with NX_FUZZ defined it throws
 // run_ended instead.

@@ -1,4 +1,5 @@
 // nxas: the text form to an icode file.
+#include "driver/safealloc.h"
 #include "text.h"
 
 #include <cstdio>
@@ -34,7 +35,7 @@ int write_file(const char* path, const std::string& bytes) {
     bool good = fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
     good = fclose(out) == 0 && good;
     if (good) return 0;
-    remove(path);
+    remove_output_file(path);
     return fail(std::string(path) + ": cannot be written");
 }
 

@@ -1,4 +1,5 @@
 // nxrun: executes an icode file.
+#include "driver/safealloc.h"
 #include "nxrun.h"
 
 #include <chrono>
@@ -42,7 +43,7 @@ bool write_counts(const COUNTS& counts, const std::string& to) {
     if (f == nullptr) return false;
     bool good = fwrite(text.data(), 1, text.size(), f) == text.size();
     if (!to.empty() && fclose(f) != 0) good = false;
-    if (!good && !to.empty()) remove(to.c_str());
+    if (!good && !to.empty()) remove_output_file(to.c_str());
     return good;
 }
 
