@@ -105,7 +105,7 @@ bool TAIL_RECURSION::local_address_taken() {
 
 bool TAIL_RECURSION::is_self_call(const NODE* call) const {
     if (call == nullptr || (call->op != CALL && call->op != UCALL)) return false;
-    if (call->i_eht_id != 0 || (call->op == CALL && !call->u.lval.is_zero())) return false;
+    if (call->u.call.eht_id != 0 || (call->op == CALL && !call->u.lval.is_zero())) return false;
     const NODE* callee = call->left;
     return callee->op == UAND && callee->left->op == NAME && callee->left->u.sym == currfunc;
 }

@@ -244,7 +244,7 @@ bool OPT_CLIENT::cl_func_eht(std::vector<EHT_ENTRY>& entries) {
         f->eht[i].next = new_id(f->eht[i].next);
     }
     for_each_call(f, [&](NODE* call) {
-        if (call->i_eht_id != 0) call->i_eht_id = new_id(call->i_eht_id);
+        if (call->u.call.eht_id != 0) call->u.call.eht_id = new_id(call->u.call.eht_id);
     });
     if (f->eht[EHT_ROOT_ID].kind != EHK_ROOT_NODE) fault("an exception table without a root");
     if (!no_loops_in_table(f->eht, count)) fault("an exception chain that does not end in the root");
@@ -290,7 +290,7 @@ void OPT_CLIENT::cl_end_func(PSN* psn) {
     while (f->scope_cursor != nullptr) LS_close(f, psn);
     lex = 0;
     f->end_psn = psn;
-    if (f->eht == nullptr) for_each_call(f, [](NODE* call) { call->i_eht_id = 0; });
+    if (f->eht == nullptr) for_each_call(f, [](NODE* call) { call->u.call.eht_id = 0; });
     auto run = [](void (*hook)()) {
         if (hook != nullptr) hook();
     };

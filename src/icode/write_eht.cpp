@@ -20,8 +20,8 @@ struct TABLE {
 void collect_calls(TABLE& t) {
     auto collect = [&t](NODE* tree) {
         walk_tree(tree, [&t](NODE* node) {
-            if ((node->op != CALL && node->op != UCALL) || node->i_eht_id == 0) return;
-            OPTASSERT(node->i_eht_id < t.count);
+            if ((node->op != CALL && node->op != UCALL) || node->u.call.eht_id == 0) return;
+            OPTASSERT(node->u.call.eht_id < t.count);
             t.calls.push_back(node);
         });
     };
@@ -67,11 +67,11 @@ void compact_exception_table() {
     collect_calls(t);
     mark_kept(t);
     for (uint32_t i = 0; i < t.count; i++) t.entry[i].next = first_kept(t, t.entry[i].next);
-    for (NODE* call : t.calls) call->i_eht_id = first_kept(t, call->i_eht_id);
+    for (NODE* call : t.calls) call->u.call.eht_id = first_kept(t, call->u.call.eht_id);
 
     t.used[EHT_ROOT_ID] = true;
     if (t.count > 1) t.used[1] = true;
-    for (NODE* call : t.calls) t.used[call->i_eht_id] = true;
+    for (NODE* call : t.calls) t.used[call->u.call.eht_id] = true;
     for (uint32_t i = 0; i < t.count; i++) {
         if (!t.used[i]) continue;
         for (uint32_t at = t.entry[i].next; !t.used[at]; at = t.entry[at].next) t.used[at] = true;
@@ -98,5 +98,5 @@ void compact_exception_table() {
         t.entry[new_id[i]] = std::move(moved);
     }
     f->eht_size = kept;
-    for (NODE* call : t.calls) call->i_eht_id = new_id[call->i_eht_id];
+    for (NODE* call : t.calls) call->u.call.eht_id = new_id[call->u.call.eht_id];
 }

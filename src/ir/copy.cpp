@@ -54,7 +54,6 @@ NODE* copy_node(const NODE* from, bool keep_scope) {
     node->u = from->u;
     node->p = from->p;
     if (keep_scope) node->scope = from->scope;
-    node->i_eht_id = from->i_eht_id;
     node->mark[1] = from->mark[1];
     node->mark[2] = from->mark[2];
     node->flags = from->flags & 1;

@@ -115,12 +115,12 @@ void NODE::mk_switch(uint32_t cases) { u.lval = INT65(static_cast<int32_t>(cases
 void NODE::mk_call(uint32_t extra_arguments, uint32_t exception_entry) {
     if (currfuninfo != nullptr) currfuninfo->is_leaf = false;
     u.lval = INT65(extra_arguments);
-    i_eht_id = exception_entry;
+    u.call.eht_id = exception_entry;
 }
 
 void NODE::mk_ucall(uint32_t exception_entry) {
     if (currfuninfo != nullptr) currfuninfo->is_leaf = false;
-    i_eht_id = exception_entry;
+    u.call.eht_id = exception_entry;
 }
 
 void NODE::mk_icall(const char* builtin) {

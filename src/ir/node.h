@@ -105,7 +105,11 @@ struct NODE final : BASE_NODE {
         simul_fval* fval; // FCON: the value, owned
         char* name;       // ICALL, UICALL, MCALL, UMCALL: the builtin's name, owned
         TYPE* csu;        // FIELD: the struct type
-        U() : lval() {}
+        struct {
+            INT65 extra_arguments; // the same word as lval
+            uint32_t eht_id;       // entry of the exception table, 0 if none
+        } call;                    // CALL, UCALL
+        U() : call() {}
     } u;
     union {
         void* p = nullptr;
@@ -119,7 +123,6 @@ struct NODE final : BASE_NODE {
     LS* scope = nullptr;     // lexical scope of the expression
     TYPE* orig_type;         // the type before normalisation; set to `type` at creation and left alone
     NODE_EXT* ext = nullptr; // rare fields, null until one is set; see extra()
-    uint32_t i_eht_id = 0;   // calls: entry of the exception table, 0 if none
     uint16_t mark[3] = {};   // scratch marks; the first is cleared on copy
     uint8_t flags = 0;       // bit 0 is copied, the others are not
     int8_t hint = 0;         // LABEL under an IF: branch hint -1, 0 or 1
@@ -148,7 +151,7 @@ struct NODE final : BASE_NODE {
     uint32_t ddnode_id() const override { return dd != nullptr ? dd->id : 0; }
     uint32_t call_num_vargs() const override { return u.lval.low; }
     const char* icall_name() const override { return u.name; }
-    uint32_t eh_entry_id() const override { return i_eht_id; }
+    uint32_t eh_entry_id() const override { return u.call.eht_id; }
     uint32_t get_edge_profile_value() const override { return edge_profile_value; }
     void set_edge_profile_value(uint32_t v) override { edge_profile_value = v; }
 
