@@ -190,18 +190,18 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         SHIFT(H)
         SHIFT(UH)
         SHIFT(W)
-        SHIFT(UW) SHIFT(L) SIMPLE(AND_RR, RB & RC) SIMPLE(AND_RI, RB & pc->imm) SIMPLE(OR_RR, RB | RC)
-            SIMPLE(OR_RI, RB | pc->imm) SIMPLE(XOR_RR, RB ^ RC) SIMPLE(XOR_RI, RB ^ pc->imm) SIMPLE(
-                SHR_S_RR, RB >> (UC >= 64 ? 63 : UC)) SIMPLE(SHR_S_RI, RB >> (IMM >= 64 ? 63 : IMM))
-                SIMPLE(SHR_UL_RR, static_cast<int64_t>(UC >= 64 ? 0 : UB >> UC)) SIMPLE(
-                    SHR_UL_RI, static_cast<int64_t>(IMM >= 64 ? 0 : UB >> IMM))
+        SHIFT(UW)
+        SHIFT(L) SIMPLE(AND_RR, RB & RC) SIMPLE(AND_RI, RB & pc->imm) SIMPLE(OR_RR, RB | RC) SIMPLE(OR_RI, RB | pc->imm)
+            SIMPLE(XOR_RR, RB ^ RC) SIMPLE(XOR_RI, RB ^ pc->imm) SIMPLE(SHR_S_RR, RB >> (UC >= 64 ? 63 : UC)) SIMPLE(
+                SHR_S_RI, RB >> (IMM >= 64 ? 63 : IMM)) SIMPLE(SHR_UL_RR, static_cast<int64_t>(UC >= 64 ? 0 : UB >> UC))
+                SIMPLE(SHR_UL_RI, static_cast<int64_t>(IMM >= 64 ? 0 : UB >> IMM))
 
 #define DIVIDE(stem, kind, quotient)                                                                                   \
     L_##stem##_##kind : if (RC == 0) trap("division by zero");                                                         \
     RA = (quotient);                                                                                                   \
     NEXT();
-                    DIVIDE(DIV, H,
-                           to_H(static_cast<uint64_t>(RB / RC))) DIVIDE(DIV, W, to_W(static_cast<uint64_t>(RB / RC)))
+                    DIVIDE(DIV, H, to_H(static_cast<uint64_t>(RB / RC))) DIVIDE(DIV, W,
+                                                                                to_W(static_cast<uint64_t>(RB / RC)))
                         DIVIDE(DIV, L, RC == -1 ? static_cast<int64_t>(-UB) : RB / RC) DIVIDE(DIV, U, RB / RC) DIVIDE(
                             DIV, UL, static_cast<int64_t>(UB / UC)) DIVIDE(MOD, H, RB % RC) DIVIDE(MOD, W, RB % RC)
                             DIVIDE(MOD, L, RC == -1 ? 0 : RB % RC) DIVIDE(MOD, U, RB % RC)

@@ -38,12 +38,8 @@ TEST_F(nodes, tables_agree_with_themselves) {
             EXPECT_EQ(boolean_inv[boolean_inv[op]], op);
             relations++;
         }
-        if (commute_inv[op] != ILLOP) {
-            EXPECT_EQ(commute_inv[commute_inv[op]], op);
-        }
-        if (op_of_opASG[op] != ILLOP) {
-            EXPECT_TRUE(side_effects[op]);
-        }
+        if (commute_inv[op] != ILLOP) { EXPECT_EQ(commute_inv[commute_inv[op]], op); }
+        if (op_of_opASG[op] != ILLOP) { EXPECT_TRUE(side_effects[op]); }
         EXPECT_EQ(node_operator_name[op] == nullptr, number_of_operands[op] == ILLOP);
     }
     EXPECT_EQ(relations, 10);
