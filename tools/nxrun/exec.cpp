@@ -191,27 +191,45 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         SHIFT(UH)
         SHIFT(W)
         SHIFT(UW)
-        SHIFT(L) SIMPLE(AND_RR, RB & RC) SIMPLE(AND_RI, RB & pc->imm) SIMPLE(OR_RR, RB | RC) SIMPLE(OR_RI, RB | pc->imm)
-            SIMPLE(XOR_RR, RB ^ RC) SIMPLE(XOR_RI, RB ^ pc->imm) SIMPLE(SHR_S_RR, RB >> (UC >= 64 ? 63 : UC)) SIMPLE(
-                SHR_S_RI, RB >> (IMM >= 64 ? 63 : IMM)) SIMPLE(SHR_UL_RR, static_cast<int64_t>(UC >= 64 ? 0 : UB >> UC))
-                SIMPLE(SHR_UL_RI, static_cast<int64_t>(IMM >= 64 ? 0 : UB >> IMM))
+        SHIFT(L)
+        // clang-format off: from here on tables with one entry a line, which the formatter would run together
+        SIMPLE(AND_RR, RB & RC)
+        SIMPLE(AND_RI, RB & pc->imm)
+        SIMPLE(OR_RR, RB | RC)
+        SIMPLE(OR_RI, RB | pc->imm)
+        SIMPLE(XOR_RR, RB ^ RC)
+        SIMPLE(XOR_RI, RB ^ pc->imm)
+        SIMPLE(SHR_S_RR, RB >> (UC >= 64 ? 63 : UC))
+        SIMPLE(SHR_S_RI, RB >> (IMM >= 64 ? 63 : IMM))
+        SIMPLE(SHR_UL_RR, static_cast<int64_t>(UC >= 64 ? 0 : UB >> UC))
+        SIMPLE(SHR_UL_RI, static_cast<int64_t>(IMM >= 64 ? 0 : UB >> IMM))
 
 #define DIVIDE(stem, kind, quotient)                                                                                   \
     L_##stem##_##kind : if (RC == 0) trap("division by zero");                                                         \
     RA = (quotient);                                                                                                   \
     NEXT();
-                    DIVIDE(DIV, H, to_H(static_cast<uint64_t>(RB / RC))) DIVIDE(DIV, W,
-                                                                                to_W(static_cast<uint64_t>(RB / RC)))
-                        DIVIDE(DIV, L, RC == -1 ? static_cast<int64_t>(-UB) : RB / RC) DIVIDE(DIV, U, RB / RC) DIVIDE(
-                            DIV, UL, static_cast<int64_t>(UB / UC)) DIVIDE(MOD, H, RB % RC) DIVIDE(MOD, W, RB % RC)
-                            DIVIDE(MOD, L, RC == -1 ? 0 : RB % RC) DIVIDE(MOD, U, RB % RC)
-                                DIVIDE(MOD, UL, static_cast<int64_t>(UB % UC))
+        DIVIDE(DIV, H, to_H(static_cast<uint64_t>(RB / RC)))
+        DIVIDE(DIV, W, to_W(static_cast<uint64_t>(RB / RC)))
+        DIVIDE(DIV, L, RC == -1 ? static_cast<int64_t>(-UB) : RB / RC)
+        DIVIDE(DIV, U, RB / RC)
+        DIVIDE(DIV, UL, static_cast<int64_t>(UB / UC))
+        DIVIDE(MOD, H, RB % RC)
+        DIVIDE(MOD, W, RB % RC)
+        DIVIDE(MOD, L, RC == -1 ? 0 : RB % RC)
+        DIVIDE(MOD, U, RB % RC)
+        DIVIDE(MOD, UL, static_cast<int64_t>(UB % UC))
 
-                                    SIMPLE(NEG_H, to_H(-UB)) SIMPLE(NEG_UH, to_UH(-UB)) SIMPLE(NEG_W, to_W(-UB))
-                                        SIMPLE(NEG_UW, to_UW(-UB)) SIMPLE(NEG_L, to_L(-UB)) SIMPLE(NOT_S, ~RB)
-                                            SIMPLE(NOT_UH, to_UH(~UB)) SIMPLE(NOT_UW, to_UW(~UB)) SIMPLE(
-                                                ABS_H, to_H(RB < 0 ? -UB : UB)) SIMPLE(ABS_W, to_W(RB < 0 ? -UB : UB))
-                                                SIMPLE(ABS_L, to_L(RB < 0 ? -UB : UB))
+        SIMPLE(NEG_H, to_H(-UB))
+        SIMPLE(NEG_UH, to_UH(-UB))
+        SIMPLE(NEG_W, to_W(-UB))
+        SIMPLE(NEG_UW, to_UW(-UB))
+        SIMPLE(NEG_L, to_L(-UB))
+        SIMPLE(NOT_S, ~RB)
+        SIMPLE(NOT_UH, to_UH(~UB))
+        SIMPLE(NOT_UW, to_UW(~UB))
+        SIMPLE(ABS_H, to_H(RB < 0 ? -UB : UB))
+        SIMPLE(ABS_W, to_W(RB < 0 ? -UB : UB))
+        SIMPLE(ABS_L, to_L(RB < 0 ? -UB : UB))
 
 #define CHECKED(stem, builtin, kind, type)                                                                             \
     L_##stem##_##kind : {                                                                                              \
@@ -222,9 +240,9 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     }
 #define CHECKED3(stem, builtin)                                                                                        \
     CHECKED(stem, builtin, H, int16_t) CHECKED(stem, builtin, W, int32_t) CHECKED(stem, builtin, L, int64_t)
-                                                    CHECKED3(ADDT, __builtin_add_overflow)
-                                                        CHECKED3(SUBT, __builtin_sub_overflow)
-                                                            CHECKED3(MULT, __builtin_mul_overflow)
+        CHECKED3(ADDT, __builtin_add_overflow)
+        CHECKED3(SUBT, __builtin_sub_overflow)
+        CHECKED3(MULT, __builtin_mul_overflow)
 
 #define SIGNED_REL(rel, op)                                                                                            \
     SIMPLE(rel##_RR, RB op RC)                                                                                         \
@@ -240,12 +258,10 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     NEXT();                                                                                                            \
     L_J##rel##_RI : if (UA op static_cast<uint64_t>(int64_t{pc->x})) goto jump;                                        \
     NEXT();
-                                                                SIGNED_REL(EQ, ==) SIGNED_REL(NE, !=) SIGNED_REL(LT, <)
-                                                                    SIGNED_REL(LE, <=) SIGNED_REL(GT, >)
-                                                                        SIGNED_REL(GE, >=) UNSIGNED_REL(ULT, <)
-                                                                            UNSIGNED_REL(ULE, <=) UNSIGNED_REL(UGT, >)
-                                                                                UNSIGNED_REL(UGE, >=) L_JZ
-            : if (RA == 0) goto jump;
+        SIGNED_REL(EQ, ==)
+        SIGNED_REL(NE, !=)
+        SIGNED_REL(LT, <) SIGNED_REL(LE, <=) SIGNED_REL(GT, >) SIGNED_REL(GE, >=) UNSIGNED_REL(ULT, <)
+            UNSIGNED_REL(ULE, <=) UNSIGNED_REL(UGT, >) UNSIGNED_REL(UGE, >=) L_JZ : if (RA == 0) goto jump;
         NEXT();
     L_JNZ:
         if (RA != 0) goto jump;
