@@ -192,7 +192,8 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         SHIFT(W)
         SHIFT(UW)
         SHIFT(L)
-        // clang-format off: from here on tables with one entry a line, which the formatter would run together
+        // Tables with one entry a line from here on, which the formatter would run together.
+        // clang-format off
         SIMPLE(AND_RR, RB & RC)
         SIMPLE(AND_RI, RB & pc->imm)
         SIMPLE(OR_RR, RB | RC)
@@ -260,8 +261,16 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     NEXT();
         SIGNED_REL(EQ, ==)
         SIGNED_REL(NE, !=)
-        SIGNED_REL(LT, <) SIGNED_REL(LE, <=) SIGNED_REL(GT, >) SIGNED_REL(GE, >=) UNSIGNED_REL(ULT, <)
-            UNSIGNED_REL(ULE, <=) UNSIGNED_REL(UGT, >) UNSIGNED_REL(UGE, >=) L_JZ : if (RA == 0) goto jump;
+        SIGNED_REL(LT, <)
+        SIGNED_REL(LE, <=)
+        SIGNED_REL(GT, >)
+        SIGNED_REL(GE, >=)
+        UNSIGNED_REL(ULT, <)
+        UNSIGNED_REL(ULE, <=)
+        UNSIGNED_REL(UGT, >)
+        UNSIGNED_REL(UGE, >=)
+    L_JZ:
+        if (RA == 0) goto jump;
         NEXT();
     L_JNZ:
         if (RA != 0) goto jump;
