@@ -8,8 +8,8 @@ declare -A packages=(
     # the library and the tools; ccache and mold only save time
     [build]="g++ cmake ninja-build make python3 libboost-dev libboost-graph-dev libgtest-dev libbenchmark-dev
              llvm-14-dev libclang-14-dev ccache mold"
-    # lit and FileCheck; random programs; the 32-bit native build they are compared with
-    [test]="llvm-14-tools csmith gcc-multilib util-linux"
+    # lit and FileCheck; random programs; the 32-bit native build they are compared with; exact elementary functions
+    [test]="llvm-14-tools csmith gcc-multilib graphviz util-linux libz3-dev libmpfr-dev"
     [fuzz]="clang-14 libclang-rt-14-dev"
     [bench]="clang-14 llvm-14"
     [reduce]="cvise clang-14 libclang-rt-14-dev gcc-multilib graphviz"

@@ -1,5 +1,6 @@
 #include "driver/debug_log.h"
 
+#include "driver/dump.h"
 #include "driver/filename.h"
 #include "driver/open_files.h"
 #include "driver/safealloc.h"
@@ -12,11 +13,13 @@
 
 #include <cerrno>
 #include <cstring>
+#include <set>
 #include <string>
 
 namespace {
 
-FILE* log_before; // the log that was open before a function's own
+FILE* log_before;                       // the log that was open before a function's own
+std::set<std::string> functions_logged; // names of the functions' logs of this run
 constexpr size_t log_name_limit = 250;
 
 } // namespace
@@ -28,7 +31,9 @@ void open_debug_file(int exit_on_failure, const char* suffix) {
     if (name.size() > log_name_limit) name.resize(log_name_limit);
     name += ".odb";
     if (fdebug != nullptr) dprintf(">>>> SWITCHING LOG TO %s\n", name.c_str());
-    FILE* log = fopen(name.c_str(), "w");
+    // A function comes by twice: its log goes on.
+    bool goes_on = suffix != nullptr && !functions_logged.insert(name).second;
+    FILE* log = fopen(name.c_str(), goes_on ? "a" : "w");
     if (log == nullptr) {
         fprintf(stderr, "\n>> Cannot Open Debug File, %s : %s, Aborting\n", strerror(errno), name.c_str());
         if (exit_on_failure) end_run(1);
@@ -38,6 +43,9 @@ void open_debug_file(int exit_on_failure, const char* suffix) {
 }
 
 void close_debug_file() {
+    close_function_log();
+    functions_logged.clear();
+    log_before = nullptr;
     if (fdebug == nullptr) return;
     if (print_debug) dprintf("\n== END OF DEBUG OUTPUT==\n");
     if (fdebug != stderr) fclose(fdebug);
@@ -49,6 +57,7 @@ void write_debug_header() {
     log_before = fdebug;
     if (pass_debug("split_odb")) open_debug_file(1, currfunc->name);
     dump_function_header();
+    dump_function_records();
     if (write_opt_info && finfo != nullptr)
         fputs("\n==============================================================================\n", finfo);
     if ((currfuninfo->flags & FUN_is_unsuppressed) && opt_level() > 2)
@@ -82,12 +91,8 @@ void prbbinfix() {
         dprintf("   succs:");
         for (EDGE* e = bb->succs; e != nullptr; e = e->next) dprintf(" BB%d", e->bb->dfn);
         dprintf("\n");
-        for (LIST* cell = bb->stmts; cell != nullptr; cell = cell->rest) {
-            std::string text = stmt2infix(cell->first);
-            if (cell->psn != nullptr)
-                dprintf("    %-60s ; %u:%u\n", text.c_str(), cell->psn->line, cell->psn->column);
-            else
-                dprintf("    %s\n", text.c_str());
-        }
+        prlist1(bb->stmts);
     }
 }
+
+FILE* outer_debug_log() { return log_before != fdebug ? log_before : nullptr; }

@@ -1,6 +1,7 @@
 #include "driver/global_flags.h"
 
-#include "driver/optobj.h"
+#include "diag/diagnostic.h"
+#include "driver/option_sets.h"
 #include "ir/types.h"
 #include "ir/vars.h"
 
@@ -37,6 +38,7 @@ void reset_global_flags() {
     chars_alias_other_types = 1;
     pointer_args_are_disjoint = 0;
     loop_increments_are_not_zero = 0;
+    DIAGNOSTIC::wrap_enabled_m = true;
 }
 
 namespace {
@@ -68,6 +70,7 @@ void set_from_option(const option_obj& o, option_id id) {
     case OPT_big_endian: memory_is_big_endian = 1; break;
     case OPT_call_assumptions: program_mode = static_cast<int>(o.getnumarg(id)); break;
     case OPT_debug: set_debug_switches(o, id, "debug"); break;
+    case OPT_diag_wrap: DIAGNOSTIC::wrap_enabled_m = o.getnumarg(id) != 0; break;
     case OPT_disable: set_debug_switches(o, id, "disable"); break;
     case OPT_dump_call_graph: dump_ocg_in_GDL = 1; break;
     case OPT_dwim_loops: dwim_loops = 1; break;

@@ -1,10 +1,11 @@
 #include "driver/nxopt.h"
 
 #include "cfg/bbutils.h"
+#include "diag/diagnostic.h"
 #include "driver/close_globals.h"
 #include "driver/debug_switches.h"
 #include "driver/open_files.h"
-#include "driver/optobj.h"
+#include "driver/option_sets.h"
 #include "driver/safealloc.h"
 #include "driver/step_actions.h"
 #include "driver/steps.h"
@@ -17,6 +18,7 @@
 #include "ir/symbol.h"
 #include "ir/types.h"
 #include "ir/vars.h"
+#include "simp/rules.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -61,6 +63,7 @@ void optimize() {
     dump_psnrefs();
     close_globals();
     interned_stats();
+    if (pass_debug("simp_stats") != 0) print_simp_stats(stdout);
 }
 
 int run(int argc, char** argv) {
@@ -103,6 +106,8 @@ void reset_run_state() {
     icode_optionlist.clear();
     reset_opt_client();
     reset_options();
+    DIAGNOSTIC::reset();
     clear_debug_switches();
+    reset_simp_stats();
     tp_release(); // types of one run must not show up in the next one's output
 }

@@ -3,7 +3,7 @@
 #include "driver/debug_log.h"
 #include "driver/filename.h"
 #include "driver/global_flags.h"
-#include "driver/optobj.h"
+#include "driver/option_sets.h"
 #include "driver/safealloc.h"
 #include "icode/if.h"
 #include "icode/opt_client.h"
@@ -141,6 +141,10 @@ void open_files(int argc, char** argv) {
     }
     open_input();
     make_all_option_sets(icode_optionlist);
+    if (file_options->isset(OPT_dump_options)) {
+        file_options->dump(0);
+        end_run(0);
+    }
     reset_global_flags();
     set_global_flags(file_options);
     tp = tp_alloc();
@@ -220,4 +224,8 @@ void discard_files() {
     if (output_is_open) remove_output_file(o_file_name);
     output_is_open = false;
     close_logs();
+}
+
+void discard_output_in_signal() {
+    if (output_is_open) remove_output_file(o_file_name);
 }

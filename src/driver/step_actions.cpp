@@ -8,9 +8,10 @@
 #include "cfg/unsimplify.h"
 #include "cfg/validate.h"
 #include "driver/debug_log.h"
+#include "driver/dump_graph.h"
 #include "driver/global_flags.h"
 #include "driver/open_files.h"
-#include "driver/optobj.h"
+#include "driver/option_sets.h"
 #include "driver/pass.h"
 #include "driver/pending.h"
 #include "driver/steps.h"
@@ -23,6 +24,7 @@
 #include "ir/symbol.h"
 #include "ir/types.h"
 #include "ir/vars.h"
+#include "simp/simp.h"
 
 #include <algorithm>
 
@@ -51,6 +53,7 @@ void step_pass_1() {
 void step_intermission() {
     function_prepass = false;
     analyze_call_graph();
+    dump_call_graph();
     erase_all();
     currfunc = nullptr;
     restore_global_flags();
@@ -103,7 +106,10 @@ void step_pass_2_inits() {
     simpcfg(false, false);
 }
 
-void step_fast_CP_4_1() { fast_CP(4, 1); }
+void step_fast_CP_4_1() {
+    simplify_function();
+    fast_CP(4, 1);
+}
 void step_fast_CP_0_1() { fast_CP(0, 1); }
 
 void step_MVP_global_assertions() {
@@ -210,6 +216,7 @@ void step_local_opts() {
     copyprop(1);
     if (opt_level() >= 2) convert_sti_to_cinit();
     lcse();
+    simplify_function();
     propagate_increments();
 }
 
@@ -230,6 +237,7 @@ void step_pass_2_trailer() {
         unsimplify();
         disguise_vector_operations();
         if (pass_enable("verify") != 0) validate_function("before writing");
+        dump_flow_graph(graph_before_writing);
         finalize_dd_edges();
         disclose_vector_operations();
         write_func_body();
@@ -289,6 +297,8 @@ void install_pass_hooks() {
     pass_hooks.preprocess_fundef = preprocess_fundef;
     pass_hooks.unsuppress_inline_function = unsuppress_inline_function;
     pass_hooks.dump_function_header = dump_function_header;
+    pass_hooks.simp_node = [](NODE* tree) { return simp_node(tree); };
+    pass_hooks.insert_mandatory_casts = insert_mandatory_casts;
     pass_hooks.identify_fl_statics_safe_for_auto = [] {
         if (opt_level() >= 1) identify_fl_statics_safe_for_auto();
     };

@@ -2,6 +2,7 @@
 
 #include "cfg/validate.h"
 #include "driver/debug_log.h"
+#include "driver/dump_graph.h"
 #include "driver/pending.h"
 #include "driver/safealloc.h"
 #include "driver/step_actions.h"
@@ -149,6 +150,7 @@ void pass::run() {
         list_blocks();
         fflush(fdebug);
     }
+    dump_flow_graph(serial);
     if (verify_steps() && currfuninfo != nullptr && currfuninfo->bb_list != nullptr) validate_function(name.c_str());
 }
 
@@ -181,6 +183,7 @@ void run_to_barrier(SYMTAB* f) {
         queue.front()->run();
         queue.pop_front();
     }
+    if (!first) close_function_log();
 }
 
 // The barrier at which all functions have arrived, or null.

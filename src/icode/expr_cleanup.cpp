@@ -16,6 +16,8 @@
 #include "ir/types.h"
 #include "ir/vars.h"
 
+bool input_is_optimized = false;
+
 namespace {
 
 NODE* PMCONV_to_MULT(NODE* node) {
@@ -136,10 +138,27 @@ NODE* clean_ASSERT(NODE* node) {
     return operand;
 }
 
+// The source's own signed arithmetic does not overflow. Of a file that this program wrote nothing of the kind is known:
+// its sums may have been recombined.
+void mark_exact_arithmetic(NODE* node) {
+    if (input_is_optimized || node->type == nullptr) return;
+    // an assignment operator computes in a type of its own
+    bool assigns = opcode_is_ASG(node->op);
+    TYPE* type = assigns ? combined_type(node->left, node->right) : node->type;
+    if (type->is_signed()) node->flags |= NODE_NO_WRAP;
+}
+
 NODE* clean_node(NODE* node) {
     if (node->op > LAST_FILE_OPCODE) return node;
     clean_type(node);
     switch (node->op) {
+    case PLUS:
+    case MINUS:
+    case MULT:
+    case UMINUS:
+    case PLUSASG:
+    case MINUSASG:
+    case MULTASG: mark_exact_arithmetic(node); return node;
     case NAME: node->u.sym = get_sym_def_for_decl(node->u.sym); return node;
     case UAND: note_address(node); return node;
     case CALL: node->right = clean_arguments(node->right); return node;

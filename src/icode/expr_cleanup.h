@@ -4,6 +4,10 @@
 
 struct NODE;
 
+// The input is an output of this program, so its signed arithmetic may wrap; set when the comment is read that every
+// output begins with.
+extern bool input_is_optimized;
+
 // Scalings p of (i, ICON bits) become products i * (bits / 16); gives the tree to use.
 NODE* PMCONVs_to_MULTs(NODE* tree);
 

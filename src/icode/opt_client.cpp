@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <unordered_set>
 
 PASS_HOOKS pass_hooks;
 std::vector<OPTION_SET> icode_optionlist;
@@ -59,6 +60,7 @@ template <typename F> void for_each_call(FUNINFO* f, F&& visit) {
 
 class OPT_CLIENT final : public IF_CLIENT {
     LABEL_CHECK labels_;
+    std::unordered_set<uint32_t> option_set_numbers_;
 
     void fault(const char* what) {
         if (what != nullptr) i_file->bad_input(what);
@@ -68,7 +70,7 @@ class OPT_CLIENT final : public IF_CLIENT {
                              uint8_t sclass, uint16_t scqual, PSN* psn, uint32_t position,
                              uint32_t option_set) override {
         check_symbol(type, sclass);
-        if (option_set >= std::max<size_t>(1, icode_optionlist.size())) option_set = 0;
+        if (icode_optionlist.empty() || option_set_numbers_.count(option_set) == 0) option_set = 0;
         SYMTAB* sym = make_symbol(name, type, type2, size, aln, offset, sclass, scqual, psn, position, option_set, lex);
         if (lex > 0 && !currfuninfo->open_blocks.empty()) currfuninfo->open_blocks.back().symbols.push_back(sym);
         return sym;
@@ -96,6 +98,8 @@ class OPT_CLIENT final : public IF_CLIENT {
     }
 
     void cl_option_set(uint32_t number, const std::vector<std::string>& strings) override {
+        if (icode_optionlist.empty()) option_set_numbers_.clear(); // of an earlier run
+        option_set_numbers_.insert(number);
         icode_optionlist.push_back({number, strings});
     }
 
@@ -148,6 +152,7 @@ class OPT_CLIENT final : public IF_CLIENT {
         if (*text != '*') assembly(47, text, nullptr);
     }
     void assembly(int kind, const char* text, PSN* psn) {
+        if (kind == REC_COMMENT && currfunc == nullptr && strncmp(text, ";\t", 2) == 0) input_is_optimized = true;
         if (currfunc == nullptr)
             pass_hooks.wrasmr(kind, text, psn);
         else
@@ -384,7 +389,10 @@ IF_CLIENT* opt_client() {
     return &client;
 }
 
-void reset_opt_client() { nonconforming().clear(); }
+void reset_opt_client() {
+    nonconforming().clear();
+    input_is_optimized = false;
+}
 
 void opt_process_pragma(SYMTAB* sym, PRAGMA* p) {
     if (p->kind == PRAGMA::PRAGMA_OPT_OVERRIDE) abort_optimizer("an option override in the input");

@@ -128,8 +128,21 @@ void prepare_call(NODE* call) {
     abort_optimizer("an internal opcode in the output");
 }
 
+// i + p  ->  p + i: in a file the pointer of a sum stands first. Only where no one can tell which is evaluated first.
+void pointer_first(NODE* sum) {
+    constexpr int limit = 64; // nodes of an operand looked at
+    if (!sum->type->is_ptr() || sum->left->type->is_ptr() || !sum->right->type->is_ptr()) return;
+    NODE *index = sum->left, *pointer = sum->right;
+    if (count_nodes_in_tree(index, limit) >= limit || count_nodes_in_tree(pointer, limit) >= limit) return;
+    bool index_acts = tree_has_side_effects(index), pointer_acts = tree_has_side_effects(pointer);
+    bool swap = !index_acts && !pointer_acts;
+    if (!swap && !pointer_acts) swap = pointer->op == UAND || (pointer->op == NAME && !tree_modifies_lvalue_in_tree(index, pointer));
+    if (swap) std::swap(sum->left, sum->right);
+}
+
 void prepare_node(NODE* node) {
     switch (node->op) {
+    case PLUS: pointer_first(node); return;
     case ICON:
         if (needs_LCON(node)) node->op = LCON;
         return;

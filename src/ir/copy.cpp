@@ -56,7 +56,7 @@ NODE* copy_node(const NODE* from, bool keep_scope) {
     if (keep_scope) node->scope = from->scope;
     node->mark[1] = from->mark[1];
     node->mark[2] = from->mark[2];
-    node->flags = from->flags & 1;
+    node->flags = from->flags & (1 | NODE_NO_WRAP);
     node->hint = from->hint;
     switch (from->op) {
     case SCON: node->text = copy_text(from->text, from->u.lval.low + size_t{1}); break;

@@ -43,7 +43,7 @@ class PRINTER {
         switch (node->op) {
         case NAME: return add(node->u.sym != nullptr ? node->u.sym->name : "<no symbol>");
         case ICON: return add(int65_to_text(node->u.lval));
-        case FCON: return add(f_ftoa("%.17g", *node->u.fval));
+        case FCON: return add(f_ftoa("%.17g", node->u.fval));
         case SCON: return string(node);
         case LABEL: return label(node);
         case LABELDEF: return label(node), add(":");

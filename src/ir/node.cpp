@@ -60,8 +60,8 @@ const char* NODE::lcon_value() {
 const char* NODE::fcon_value() {
     if (text == nullptr) {
         simul_fval value = *u.fval;
-        truncate_fval_to_target(value, type);
-        std::string number = f_ftoa("%a", value);
+        truncate_fval_to_target(&value, type);
+        std::string number = f_ftoa("%a", &value);
         text = new char[number.size() + 1];
         memcpy(text, number.c_str(), number.size() + 1);
     }
@@ -96,8 +96,8 @@ void NODE::mk_lcon(const char* decimal) {
 
 void NODE::mk_fcon(const char* number) {
     u.fval = new simul_fval;
-    f_atof(number, type, *u.fval);
-    truncate_fval_to_target(*u.fval, type);
+    f_atof(number, u.fval);
+    truncate_fval_to_target(u.fval, type);
     text = nullptr;
 }
 

@@ -91,6 +91,11 @@ struct NODE_EXT {
     uint32_t integration_depth = 0;
 };
 
+// Bit of NODE::flags. Signed arithmetic that stands in the source never overflows (C leaves that undefined): the reader
+// marks such nodes. A pass may keep the mark only on a node that computes the same mathematical value of the same
+// operands; whatever recombines operands makes a node without it.
+constexpr uint8_t NODE_NO_WRAP = 2;
+
 struct NODE final : BASE_NODE {
     int32_t op;                               // opcode; ILLOP in an erased node
     uint32_t edge_profile_value = UINT32_MAX; // all ones if unknown
@@ -124,7 +129,7 @@ struct NODE final : BASE_NODE {
     TYPE* orig_type;         // the type before normalisation; set to `type` at creation and left alone
     NODE_EXT* ext = nullptr; // rare fields, null until one is set; see extra()
     uint16_t mark[3] = {};   // scratch marks; the first is cleared on copy
-    uint8_t flags = 0;       // bit 0 is copied, the others are not
+    uint8_t flags = 0;       // bits 0 and 1 (NODE_NO_WRAP) are copied, the others are not
     int8_t hint = 0;         // LABEL under an IF: branch hint -1, 0 or 1
 
     NODE(int opcode, TYPE* t) : op(opcode), type(t), orig_type(t) {}

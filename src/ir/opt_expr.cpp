@@ -222,6 +222,26 @@ void set_scope_of_tree(NODE* tree, LS* scope) {
     walk_tree(tree, [&](NODE* node) { node->scope = scope; });
 }
 
+namespace {
+
+// The type in which an assignment operator computes.
+TYPE* type_of_opASG(int op, NODE* target, NODE* value) {
+    if (target->type->is_ptr()) return target->type->type_qualified();
+    return op == SLL || op == SRL ? promoted_type(target->type) : combined_type(target, value);
+}
+
+// Whether `target op= y` stores what `target = target op y` does, where the operator has type `type`. Only the low bits
+// of a sum, product or bit operation reach the target, so a different width or sign does not matter there.
+bool opASG_computes_alike(int op, NODE* target, NODE* y, TYPE* type) {
+    TYPE* own = type_of_opASG(op, target, y);
+    if (equiv_mtypes(own, type->type_qualified())) return true;
+    bool low_bits = op == PLUS || op == MINUS || op == MULT || op == ANDB || op == ORB || op == XORB || op == SLL;
+    return low_bits && own->is_integral() && type->is_integral() && target->type->is_integral() &&
+           !target->type->is_bool() && type->size() >= target->type->size();
+}
+
+} // namespace
+
 NODE* ASG_to_opASG(NODE* tree) {
     // x = x op y  ->  x op= y;  for a commutative operator also  x = y op x
     if (tree->op != ASG) return tree;
@@ -230,12 +250,13 @@ NODE* ASG_to_opASG(NODE* tree) {
     for (int op : {PLUSASG, MINUSASG, MULTASG, ANDBASG, ORBASG, XORBASG, DIVASG, MODASG, SLLASG, SRLASG})
         if (op_of_opASG[op] == value->op) opasg = op;
     if (opasg == 0) return tree;
-    if (!trees_are_congruent(tree->left, value->left)) {
-        if (commute_inv[value->op] != value->op || !trees_are_congruent(tree->left, value->right)) return tree;
-        std::swap(value->left, value->right);
-    }
+    bool swapped = !trees_are_congruent(tree->left, value->left);
+    if (swapped && (commute_inv[value->op] != value->op || !trees_are_congruent(tree->left, value->right))) return tree;
+    if (!opASG_computes_alike(value->op, tree->left, swapped ? value->left : value->right, value->type)) return tree;
+    if (swapped) std::swap(value->left, value->right);
     erase_tree(value->left);
     tree->op = opasg;
+    tree->flags = static_cast<uint8_t>((tree->flags & ~NODE_NO_WRAP) | (value->flags & NODE_NO_WRAP));
     tree->right = value->right;
     erase_node(value);
     return tree;
@@ -261,10 +282,10 @@ NODE* opASG_to_ASG(NODE* tree) {
         else if (shift)
             tree->right = coerced(tree->right, tp->int_type());
     }
-    TYPE* type = left_type->is_ptr() ? left_type->type_qualified()
-                 : shift             ? promoted_type(left_type)
-                                     : combined_type(target, tree->right);
+    TYPE* type = type_of_opASG(op, target, tree->right);
     NODE* value = maketree(op, copy_tree(target), tree->right, type, tree->scope);
+    if (type->is_signed()) value->flags |= tree->flags & NODE_NO_WRAP;
+    tree->flags = static_cast<uint8_t>(tree->flags & ~NODE_NO_WRAP);
     if (!left_type->is_ptr()) {
         value->left = coerced(value->left, type);
         if (!shift) value->right = coerced(value->right, type);

@@ -50,7 +50,7 @@ bool leaves_are_congruent(const NODE* a, const NODE* b) {
     case NAME: return a->u.sym == b->u.sym;
     case SCON: return a->u.lval == b->u.lval && memcmp(a->text, b->text, a->u.lval.low) == 0;
     case ICON: return a->u.lval == b->u.lval;
-    case FCON: return f_bit_eq(*a->u.fval, *b->u.fval);
+    case FCON: return f_bit_eq(a->u.fval, b->u.fval);
     case FIELD: return a->mval->bit_offset == b->mval->bit_offset && a->mval->bit_size == b->mval->bit_size;
     case PPRAGMA: return a->pragma->kind == b->pragma->kind && a->pragma->strings == b->pragma->strings;
     case ASM: return a->u.lval == b->u.lval && strcmp(a->text, b->text) == 0;
@@ -97,7 +97,7 @@ bool reassociated_congruent(const NODE* a, const NODE* b, COMPARISON& how) {
     if (!leaves(a, x) || !leaves(b, y)) return false;
     static constexpr int orders[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
     for (const auto& order : orders)
-        if (congruent(x[0], y[order[0]], how) && congruent(x[1], y[order[1]], how) && congruent(x[2], y[order[2]], how))
+        if (congruent(x[2], y[order[2]], how) && congruent(x[1], y[order[1]], how) && congruent(x[0], y[order[0]], how))
             return true;
     return false;
 }
@@ -131,8 +131,9 @@ bool congruent(const NODE* a, const NODE* b, COMPARISON& how) {
         if (a->op == SWITCH && a->u.lval != b->u.lval) return false;
         if (a->left == nullptr && a->right == nullptr) return b->left == nullptr && b->right == nullptr;
         if (commute_inv[a->op] == a->op) {
-            if (congruent(a->left, b->left, how) && congruent(a->right, b->right, how)) return true;
-            if (congruent(a->left, b->right, how) && congruent(a->right, b->left, how)) return true;
+            // The right operand is the small one in a chain: what differs there is found first.
+            if (congruent(a->right, b->right, how) && congruent(a->left, b->left, how)) return true;
+            if (congruent(a->right, b->left, how) && congruent(a->left, b->right, how)) return true;
             return reassociated_congruent(a, b, how);
         }
         if (!congruent(a->right, b->right, how)) return false;

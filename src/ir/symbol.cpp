@@ -25,6 +25,7 @@ constexpr const char* temp_prefix = "$O$";
 
 // External definitions by name, for declarations that look for theirs.
 std::unordered_map<std::string, std::vector<SYMTAB*>> definitions;
+std::unordered_map<std::string_view, SYMTAB*> globals_by_name; // without prefix; the newest of a name
 uint32_t global_count; // globals made so far: the sequence number of the next
 
 // ------------------------------------------------------------------------------------------------------- interning
@@ -75,6 +76,7 @@ bool is_errno_name(const char* name) {
 void define_global(SYMTAB* sym) {
     sym->next = global_symbols;
     global_symbols = sym;
+    globals_by_name[skip_name_prefix(sym->name)] = sym;
     if (sym->sclass == SC_EXTERN_DEF) definitions[sym->name].push_back(sym);
     if (errno_symbol == nullptr && sym->type->is_int() && is_errno_name(sym->name)) errno_symbol = sym;
 }
@@ -128,6 +130,7 @@ void init_symbols() {
     global_symbols = nullptr;
     errno_symbol = nullptr;
     definitions.clear();
+    globals_by_name.clear();
     global_count = 0;
     interned.clear();
     interned_in_order.clear();
@@ -300,6 +303,11 @@ SYMLIST* find_sym_in_symlist(const SYMTAB* sym, SYMLIST* list) {
 SYMPAIRLIST* find_sym_in_sympairlist(const SYMTAB* sym, SYMPAIRLIST* list) {
     while (list != nullptr && list->first != sym) list = list->next;
     return list;
+}
+
+SYMTAB* find_global(const char* name) {
+    auto found = globals_by_name.find(name);
+    return found != globals_by_name.end() ? found->second : nullptr;
 }
 
 SYMTAB* get_sym_def_for_decl(SYMTAB* sym) {
