@@ -159,6 +159,10 @@ NODE* clean_node(NODE* node) {
     case PLUSASG:
     case MINUSASG:
     case MULTASG: mark_exact_arithmetic(node); return node;
+    case PLUSPLUS:
+    case MINMIN: // a narrow one is computed as an int and cut
+        if (node->type->size() >= tp->int_type()->size()) mark_exact_arithmetic(node);
+        return node;
     case NAME: node->u.sym = get_sym_def_for_decl(node->u.sym); return node;
     case UAND: note_address(node); return node;
     case CALL: node->right = clean_arguments(node->right); return node;

@@ -62,29 +62,20 @@ NODE* mask_of_aligned_sum(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 // set nothing inside the result is 0; else the mask drops to the bits that it is needed for.
 //
 // The left operand's bits outside the mask may change, so whatever it can set then counts for the choice of the mask's
-// own don't-care bits. Unlike other rules this one may change operands and constant in place and let the tree stay.
+// own don't-care bits. Unlike other rules this one may change the constant and let the tree stay.
 NODE* settle_mask(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!has_mask(tree)) return nullptr;
     TYPE* type = tree->type;
-    INT65 mask = bits_of(tree->right, type) & care_of_mask(tree->left, type);
+    INT65 care = care_of_mask(tree->left, type), mask = bits_of(tree->right, type) & care;
     if (mask.is_zero()) return constant_after_effects(tree, 0, loop, context);
-    SHAPE before(tree->left);
-    tree->left = prop_mask_into_subtree(tree->left, mask, loop, context);
-    if (before != SHAPE(tree->left)) {
+    if (mask_changes_subtree(tree->left, mask, false, loop, context)) {
         set_right_constant(tree, mask);
         return simp_node(tree, loop, context);
     }
-    INT65 care = care_of_mask(tree->left, type);
     if ((care & ~mask).is_zero()) return left_as_value(tree);
     INT65 value = regular_mask(mask, care, type);
-    if (value.is_zero()) return constant_after_effects(tree, 0, loop, context);
     if (tree->right->type != value_type(type) || bits_of(tree->right, type) != value) set_right_constant(tree, value);
     return nullptr;
-}
-
-// C1 & C2 -> C: a mask may have turned the left operand into a constant
-NODE* constant_operand(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
-    return tree->left->op == ICON ? simp_node(tree, loop, context) : nullptr;
 }
 
 // (x + N) & M -> (x + (N & M)) & M, for a negative N and a low mask M
@@ -195,7 +186,6 @@ const RULE rules[] = {
     {"whole", "x & all bits -> x", whole_mask},
     {"aligned_sum", "((x & M) + C) & M -> (x & M) + (C & M)", mask_of_aligned_sum},
     {"settle", "x & M -> x or 0, where x can set nothing outside or inside", settle_mask},
-    {"constant", "C1 & C2 -> C", constant_operand},
     {"negative_term", "(x + N) & M -> (x + (N & M)) & M", mask_of_negative_term},
     {"or_constant", "(a | C1) & C2 -> (a & C2) | (C1 & C2)", mask_of_or_constant},
     {"masked_or", "((a & M1) | (b & M2)) & C -> (a & M1 & C) | (b & M2 & C)", mask_of_masked_or},

@@ -260,8 +260,9 @@ void drop_idle_on_right(NODE* tree) {
         if (value->op == ICON && type->size() <= tp->int_type()->size()) {
             // A constant of a narrow target counts by its value there.
             TYPE* promoted = promoted_type(type);
-            if (value->type != promoted) clear_mark(tree);
-            value->u.lval = truncate_to_type(truncate_to_type(value->u.lval, value_type(type)), promoted);
+            INT65 held = truncate_to_type(truncate_to_type(value->u.lval, value_type(type)), promoted);
+            if (value->type != promoted || value->u.lval != held) clear_mark(tree);
+            value->u.lval = held;
             value->type = value->orig_type = promoted;
             return;
         }

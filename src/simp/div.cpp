@@ -120,6 +120,7 @@ NODE* negated_operand(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 }
 
 // (x * y) / (z * y) -> x / z, and what it comes to for single factors and constants
+// Relies on exact arithmetic of the products.
 NODE* common_factors(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!is_signed_quotient(tree) || !cancel_common_simple_factors(tree->left, tree->right)) return nullptr;
     return simp_DIV(tree, 0, loop, context);
@@ -226,7 +227,6 @@ const RULE_SET constant_rule_set("DIV.constant", constant_rules);
 
 // The same where the dividend is a multiple of the divisor.
 const RULE exact_rules[] = {
-    {"by_one", "x / 1 -> x", by_one},
     {"product_divided", "(x * C) / d -> x * (C / d)", product_divided},
     {"shifted_dividend", "x / 2^n -> x >> n", shifted_dividend},
 };

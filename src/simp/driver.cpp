@@ -321,9 +321,9 @@ NODE* simp_node(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!nesting.may_go_on()) return tree;
     if (hoists_from_operands(tree))
         if (NODE* top = hoist_effect(tree)) {
+            top->scope = tree->scope;
             top->right = simp_node(tree, loop, context);
             top->type = top->orig_type = top->right->type;
-            top->scope = tree->scope;
             return simp_node(top, loop, context);
         }
     if (tree->left->op == ICON || tree->left->op == FCON) {

@@ -29,19 +29,12 @@ void set_right_constant(NODE* tree, INT65 value);
 // x op C -> (x, value): what remains of the node are the effects of x.
 NODE* constant_after_effects(NODE* tree, INT65 value, LOOP_RECORD*, CONTEXT*);
 
-// What rules look at in an operand: if it is another one after a mask went into it, they are tried again.
-struct SHAPE {
-    const NODE* node;
-    int op, left_op, right_op;
-    explicit SHAPE(const NODE* tree)
-        : node(tree), op(tree->op), left_op(tree->left != nullptr ? tree->left->op : NOP),
-          right_op(tree->right != nullptr ? tree->right->op : NOP) {}
-    bool operator==(const SHAPE&) const = default;
-};
-
 // Mask constants (masks.cpp). The value that regularize_mask_constant gives to a constant of the type.
 INT65 regular_mask(INT65 value, INT65 care, TYPE* type);
 // The bits that an ANDB's constant can matter for: those that its left operand may have set.
 INT65 care_of_mask(NODE* left, TYPE* type);
+// prop_mask_into_subtree, below an ORB's constant or an ANDB's; returns whether anything in the tree is another than
+// before.
+bool mask_changes_subtree(NODE*& tree, INT65 mask, bool below_or, LOOP_RECORD*, CONTEXT*);
 
 #endif

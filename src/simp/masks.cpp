@@ -112,11 +112,13 @@ namespace {
 // One walk below one mask. `changed` tells whether any node is another one than before.
 class PROPAGATION {
   public:
-    PROPAGATION(LOOP_RECORD* loop, CONTEXT* context) : loop_(loop), context_(context) {}
+    PROPAGATION(bool below_or, LOOP_RECORD* loop, CONTEXT* context)
+        : loop_(loop), context_(context), below_or_(below_or) {}
 
     // The tree that agrees with the given one in the bits of the mask, each extended without bound by its type's sign.
     // It has the same type, or one that makes no difference to those bits.
     NODE* run(NODE* tree, INT65 wanted);
+    bool changed() const { return changed_; }
 
   private:
     bool prepare(NODE*& tree, INT65 wanted, INT65& mask);
@@ -138,6 +140,7 @@ class PROPAGATION {
 
     LOOP_RECORD* loop_;
     CONTEXT* context_;
+    bool below_or_; // an ORB's constant hides the other bits
     bool changed_ = false;
     int rounds_left_ = max_rounds;
 };
@@ -247,7 +250,9 @@ NODE* PROPAGATION::bitwise(NODE* tree, INT65 mask) {
         SETTING outside(inside_logical_operator, false);
         reduce(icon, regular_mask(value, own_care, type));
         for_left = mask & bits_of(icon, type);
-    } else if (icon != nullptr)
+    } else if (icon != nullptr && tree->op == ORB && below_or_)
+        reduce(icon, bits_of(icon, type) & mask); // more bits here would only make the outer constant shrink
+    else if (icon != nullptr)
         reduce(icon, regular_mask(bits_of(icon, type), mask, type));
     else
         into(tree->right, mask);
@@ -395,7 +400,14 @@ NODE* PROPAGATION::run(NODE* tree, INT65 wanted) {
 
 } // namespace
 
-NODE* prop_mask_into_subtree(NODE* tree, INT65 mask, LOOP_RECORD* loop, CONTEXT* context) {
+bool mask_changes_subtree(NODE*& tree, INT65 mask, bool below_or, LOOP_RECORD* loop, CONTEXT* context) {
     SETTING outside(inside_logical_operator, false);
-    return PROPAGATION(loop, context).run(tree, mask);
+    PROPAGATION propagation(below_or, loop, context);
+    tree = propagation.run(tree, mask);
+    return propagation.changed();
+}
+
+NODE* prop_mask_into_subtree(NODE* tree, INT65 mask, LOOP_RECORD* loop, CONTEXT* context) {
+    mask_changes_subtree(tree, mask, false, loop, context);
+    return tree;
 }

@@ -1,8 +1,9 @@
 // Rules of MULT.
 //
-// The integer rules hold modulo 2^width unless they say otherwise. A constant factor ends up on the right, one to a
-// product; over a sum with a constant term it is multiplied out, so that constant terms reach the top. No rule makes a
-// shift to the left of a product: shifts become products (simp_shift), never the other way.
+// The integer rules hold modulo 2^width unless they say otherwise. A constant factor stands on the right (folding and
+// simp_assoc see to that), one to a product; over a sum with a constant term it is multiplied out, so that constant
+// terms reach the top. No rule makes a shift to the left of a product: shifts become products (simp_shift), never the
+// other way.
 #include "simp/arith.h"
 #include "simp/fold.h"
 #include "simp/ranges.h"
@@ -28,13 +29,6 @@ bool is_float_constant(const NODE* tree, const simul_fval* value, bool negative 
     return f_eq(constant->u.fval, &wanted) != 0;
 }
 
-// C * x -> x * C
-NODE* float_constant_on_left(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
-    if (tree->left->op != FCON || tree->right->op == FCON) return nullptr;
-    std::swap(tree->left, tree->right);
-    return simp_node(tree, loop, context);
-}
-
 // x * 1.0 -> x
 NODE* float_times_one(NODE* tree, LOOP_RECORD*, CONTEXT*) {
     return is_float_constant(tree, &one) ? take_left(tree) : nullptr;
@@ -55,7 +49,6 @@ NODE* float_times_two(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 }
 
 const RULE float_rules[] = {
-    {"constant_on_left", "C * x -> x * C", float_constant_on_left},
     {"times_one", "x * 1.0 -> x", float_times_one},
     {"times_minus_one", "x * -1.0 -> -x", float_times_minus_one},
     {"times_two", "x * 2.0 -> x + x", float_times_two},
@@ -69,13 +62,6 @@ bool has_plain_constant(const NODE* tree) {
     if (tree->right->op != ICON) return false;
     INT65 c = signed_value(tree->right, tree->type);
     return c > INT65(1) || c < INT65(-1);
-}
-
-// C * x -> x * C
-NODE* constant_on_left(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
-    if (tree->left->op != ICON || tree->right->op == ICON) return nullptr;
-    std::swap(tree->left, tree->right);
-    return simp_node(tree, loop, context);
 }
 
 // x^a * x^b -> x^(a + b), where a plain factor counts as x^1. Not of floats: powers are rounded once, products each
@@ -100,18 +86,6 @@ NODE* joined_powers(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     erase_tree(tree->left);
     erase_tree(tree->right);
     return simp_node(remake(tree, EXPT, x, mk_constant(exponent, type), tree->type), loop, context);
-}
-
-// (T)x * y -> x * y, where T is as wide as x and x has the type of the product already
-NODE* converted_operand(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
-    if (is_exact_mark(tree)) return nullptr;
-    for (NODE** operand : {&tree->left, &tree->right}) {
-        if (!is_modular_node(*operand, SCONV, tree->type->size()) || !alike((*operand)->left->type, tree->type))
-            continue;
-        *operand = take_left(*operand);
-        return simp_node(tree, loop, context);
-    }
-    return nullptr;
 }
 
 // -x * C -> x * -C
@@ -264,9 +238,7 @@ NODE* shift_times_power_of_2(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 }
 
 const RULE integer_rules[] = {
-    {"constant_on_left", "C * x -> x * C", constant_on_left},
     {"joined_powers", "x^a * x^b -> x^(a + b)", joined_powers},
-    {"converted_operand", "(T)x * y -> x * y", converted_operand},
     {"negated_operand", "-x * C -> x * -C", negated_operand},
     {"joined_constants", "(x * C) * K -> x * (C * K)", joined_constants},
     {"constant_out_of_conversion", "(T)(x * C) * K -> (T)x * (C * K)", constant_out_of_conversion},

@@ -43,15 +43,12 @@ NODE* or_known_ones(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     return simp_node(tree, loop, context);
 }
 
-// x | C -> x' | C: what the constant hides of the left operand need not be right. May change x in place and let the
-// tree stay; if that gives x bits of the constant, the rule above has its turn again, and the constant shrinks each
-// time.
+// x | C -> x' | C: what the constant hides of the left operand need not be right. If that gives x bits of the constant,
+// the constant shrinks in turn.
 NODE* or_hides_bits(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!has_constant(tree)) return nullptr;
     INT65 visible = ~bits_of(tree->right, tree->type) & type_mask(tree->type);
-    SHAPE before(tree->left);
-    tree->left = prop_mask_into_subtree(tree->left, visible, loop, context);
-    return before != SHAPE(tree->left) ? simp_node(tree, loop, context) : nullptr;
+    return mask_changes_subtree(tree->left, visible, true, loop, context) ? simp_node(tree, loop, context) : nullptr;
 }
 
 // (x ^ C1) | C2 -> x ^ (C1 | C2), where x has none of C2
@@ -112,7 +109,6 @@ const RULE or_rules[] = {
     {"all_ones", "x | all ones -> (x, all ones)", or_all_ones},
     {"known_ones", "x | C -> x | C', without what x has", or_known_ones},
     {"hides", "x | C -> x' | C, with x' right where C has zeros", or_hides_bits},
-    {"hidden_ones", "x | C -> x | C', without what x has once C hides bits of it", or_known_ones},
     {"xor", "(x ^ C1) | C2 -> x ^ (C1 | C2)", or_of_xor},
     {"masked_or", "((x | C1) & C2) | C3 -> (x | C1 | C3) & (C2 | C3)", or_of_masked_or},
     {"join_masks", "((x & C1) | y) | (x & C2) -> (x & (C1 | C2)) | y", or_joins_masks},

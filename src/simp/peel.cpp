@@ -64,12 +64,24 @@ class PEELER {
 
     void keep(NODE* tree) { effects_ = join_effects(effects_, tree); }
 
+    // A node with peeled operands. What it simplifies to may have less of an effect.
+    void settle(NODE* tree) {
+        int op = tree->op;
+        tree = simp_node(tree);
+        if (tree->op == op || resettled_++ >= max_resettled)
+            keep(tree);
+        else
+            visit(tree);
+    }
+
     void peel(NODE* tree);
     void peel_address(NODE* lvalue);
     void peel_increment(NODE* tree);
     void peel_logical(NODE* tree);
     void peel_quest(NODE* tree);
 
+    static constexpr int max_resettled = 20;
+    int resettled_ = 0;
     std::vector<ITEM> work_;
     NODE* effects_ = nullptr;
 };
@@ -115,7 +127,7 @@ void PEELER::peel_logical(NODE* tree) {
     NODE* effect = peel_for_effect(tree->right);
     if (effect != nullptr) {
         tree->right = as_operand(effect);
-        return keep(simp_node(tree));
+        return settle(tree);
     }
     visit(tree->left);
     erase_node(tree);
@@ -141,7 +153,7 @@ void PEELER::peel_quest(NODE* tree) {
     arms->left = as_arm(if_true);
     arms->right = as_arm(if_false);
     arms->type = arms->orig_type = type;
-    keep(simp_node(remake(tree, QUEST, tree->left, arms, type)));
+    settle(remake(tree, QUEST, tree->left, arms, type));
 }
 
 void PEELER::peel(NODE* tree) {

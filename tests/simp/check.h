@@ -17,7 +17,7 @@ enum MODE {
     M_PEEL,    // peel_for_effect: effects only
     M_FOLD,    // fold_constants
     M_CASTS,   // insert_mandatory_casts
-    M_QUERIES, // ranges, signs, factors, known bits of the simplified tree
+    M_QUERIES, // ranges, signs, factors, known bits of the tree or of the simplified tree
     M_COUNT
 };
 extern const char* const mode_names[M_COUNT];

@@ -38,7 +38,8 @@ class PROGRAM_OF_TREE {
     UNIT unit_;
 
     SYMTAB* global(const std::string& name, TYPE* type) {
-        SYMTAB* s = new SYMTAB(("_x_" + name).c_str(), type->size(), 0, SC_STATIC, 0, type, type, type->align(), nullptr, 0);
+        SYMTAB* s =
+            new SYMTAB(("_x_" + name).c_str(), type->size(), 0, SC_STATIC, 0, type, type, type->align(), nullptr, 0);
         s->level = 0;
         unit_.globals.push_back(s);
         return s;
@@ -56,7 +57,9 @@ class PROGRAM_OF_TREE {
         TYPE* pointer = tp->mk_ptr(element_type);
         return mk_UMULT(maketree(PLUS, mk_UAND(name(array), pointer), units, pointer), element_type);
     }
-    static void add(SOURCE_FUNCTION& f, NODE* tree) { f.statements.push_back({STATEMENT::TREE, false, 0, tree, nullptr}); }
+    static void add(SOURCE_FUNCTION& f, NODE* tree) {
+        f.statements.push_back({STATEMENT::TREE, false, 0, tree, nullptr});
+    }
 
     void define(SYMTAB* function, bool has_parameters) {
         unit_.globals.push_back(function);
@@ -149,9 +152,7 @@ std::string cross_check(const NODE* tree, uint64_t seed, int inputs, uint64_t& c
     try {
         gen.compile();
     } catch (const BAD_FILE& bad) { return "the interpreter refuses the tree: " + bad.text; }
-    auto place_of = [&](const VARIABLE& v) {
-        return gen.global_of(v.is_local ? source.twin_[&v] : v.symbol).at;
-    };
+    auto place_of = [&](const VARIABLE& v) { return gen.global_of(v.is_local ? source.twin_[&v] : v.symbol).at; };
     for (int object : {world.ints, world.chars, world.record})
         if (place_of(world.variables[static_cast<size_t>(object)]) != world.variables[static_cast<size_t>(object)].at)
             return "the interpreter places the objects elsewhere";
@@ -190,7 +191,8 @@ std::string cross_check(const NODE* tree, uint64_t seed, int inputs, uint64_t& c
         }
         if (memory.read32(gen.global_of(source.count_).at) != expected.trace.size()) return "the calls differ" + on;
         for (size_t i = 0; i < expected.trace.size(); i++)
-            if (memory.read32(gen.global_of(source.trace_).at + 2 * static_cast<uint32_t>(i)) != static_cast<uint32_t>(expected.trace[i]))
+            if (memory.read32(gen.global_of(source.trace_).at + 2 * static_cast<uint32_t>(i)) !=
+                static_cast<uint32_t>(expected.trace[i]))
                 return "the calls differ" + on;
     }
     return "";

@@ -59,7 +59,7 @@ class CODE {
 
 DATUM convert_value(DATUM, KIND from, KIND to, bool* out_of_range = nullptr);
 bool values_agree(DATUM, DATUM, KIND); // the same bits; any NaN agrees with any other
-int64_t cut(int64_t, KIND);           // to the kind's width, extended by its signedness
+int64_t cut(int64_t, KIND);            // to the kind's width, extended by its signedness
 std::string value_text(DATUM, KIND);
 
 // Reads and writes a scalar variable in a memory image.

@@ -154,8 +154,9 @@ class TRANSLATION {
         EXPR wide_count = extended(count, is_signed_int(ck), wide);
         EXPR wide_a = extended(a, is_signed_int(k), wide);
         bool left = n->op == SLL;
-        EXPR shifted = left ? z3::shl(wide_a, wide_count)
-                            : is_signed_int(k) ? z3::ashr(wide_a, wide_count) : z3::lshr(wide_a, wide_count);
+        EXPR shifted = left               ? z3::shl(wide_a, wide_count)
+                       : is_signed_int(k) ? z3::ashr(wide_a, wide_count)
+                                          : z3::lshr(wide_a, wide_count);
         return extended(shifted, false, w);
     }
 
@@ -245,12 +246,14 @@ VERDICT PROVER::prove(const NODE* tree, FINDING& finding) {
         if (verdict == DISPROVED) {
             finding.what = "the prover found an input on which the result differs";
             z3::model model = solver.get_model();
-            for (auto& [name, v] : variables) finding.detail += name + " = " + model.eval(v, true).get_decimal_string(0) + " ";
+            for (auto& [name, v] : variables)
+                finding.detail += name + " = " + model.eval(v, true).get_decimal_string(0) + " ";
             for (size_t i = 0; i < world.variables.size(); i++) {
                 auto it = variables.find(world.variables[i].symbol->name);
                 if (it == variables.end()) continue;
                 DATUM value;
-                value.i = cut(static_cast<int64_t>(model.eval(it->second, true).get_numeral_uint64()), world.variables[i].kind);
+                value.i = cut(static_cast<int64_t>(model.eval(it->second, true).get_numeral_uint64()),
+                              world.variables[i].kind);
                 set_variable(finding.input.memory, static_cast<int>(i), value);
                 finding.has_input = true;
             }

@@ -7,6 +7,14 @@
 // Trees are numbered from 0; tree K of a seed is always the same one. A failing tree is shrunk, then printed with what
 // it became, the input, and the rules that fired. Trees run in batches, each in a process of its own, so that a crash
 // or a hang is found and shrunk like any other failure. Exit status 1 if anything failed.
+//
+//     --modes        what is done to a tree (check.h): one of these at random, several times the same weighs more
+//     --plain        integers only, no effects, no memory
+//     --tree         that tree alone, with its text; with --prove 1 the prover's tree of that number
+//     --prove        so many further trees, integers without effects, go to the SMT prover; --timeout: for one question
+//     --cross        so many trees run unsimplified in the interpreter and in the evaluator, which must agree
+//     --idempotence  a tree that changes when it is simplified again counts as a failure
+//     --coverage     lists the rules that never fired
 #include "check.h"
 #include "cross.h"
 #include "prove.h"
@@ -15,10 +23,10 @@
 #include "ir/opt_expr.h"
 #include "simp/rules.h"
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <csignal>
 #include <ctime>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -45,7 +53,7 @@ constexpr size_t max_rules = 4000;
 
 // What the processes share.
 struct SHARED {
-    uint64_t at;      // number of the tree in work
+    uint64_t at; // number of the tree in work
     uint64_t failures;
     uint64_t told; // of them, not like one before
     uint64_t crashes;
@@ -133,7 +141,8 @@ bool is_new(const std::string& key) {
 void tell(uint64_t number, CHECK check, const NODE* tree, const FINDING& first) {
     check.first_input = first.has_input ? &first.input : nullptr;
     check.counts = nullptr;
-    NODE* small = shrink_tree(tree, [&](const NODE* t) { return !check.run(t).what.empty(); }, 20);
+    NODE* small = shrink_tree(
+        tree, [&](const NODE* t) { return !check.run(t).what.empty(); }, 20);
     FINDING found;
     std::string rules = fired_text([&] { found = check.run(small); });
     shared->failures++;
@@ -163,7 +172,8 @@ void check_tree(uint64_t number) {
     shared->at = number;
     NODE* tree = random_tree(tree_seed(number), options.tree);
     CHECK check = check_of(number);
-    if (options.verbose) printf("%llu: %s\n", static_cast<unsigned long long>(number), typed_text(tree).c_str()), fflush(stdout);
+    if (options.verbose)
+        printf("%llu: %s\n", static_cast<unsigned long long>(number), typed_text(tree).c_str()), fflush(stdout);
     check.counts = &shared->counts;
     check.not_idempotent = [&](const NODE* once, const NODE* twice) {
         int op = first_difference(once, twice)->op & 255;
@@ -206,7 +216,8 @@ void prove_tree(uint64_t number) {
     shared->at = number;
     static PROVER prover(options.timeout);
     NODE* tree = tree_of(PROVING, number);
-    if (options.verbose) printf("%llu: %s\n", static_cast<unsigned long long>(number), typed_text(tree).c_str()), fflush(stdout);
+    if (options.verbose)
+        printf("%llu: %s\n", static_cast<unsigned long long>(number), typed_text(tree).c_str()), fflush(stdout);
     FINDING found;
     alarm(60);
     VERDICT verdict = prover.prove(tree, found);
@@ -217,7 +228,8 @@ void prove_tree(uint64_t number) {
         printf("  %s\n  %s\n", found.after.c_str(), names[verdict]);
     }
     if (verdict == DISPROVED) {
-        NODE* small = shrink_tree(tree, [&](const NODE* t) { return prover.prove(t, found) == DISPROVED; }, 30);
+        NODE* small = shrink_tree(
+            tree, [&](const NODE* t) { return prover.prove(t, found) == DISPROVED; }, 30);
         std::string rules = fired_text([&] { prover.prove(small, found); });
         shared->failures++;
         if (is_new("prove" + rules + opname(small->op)) || options.verbose) {
@@ -252,8 +264,8 @@ void cross_tree(uint64_t number) {
         difference = cross_check(small, tree_seed(number), 6, unused);
         shared->failures++;
         printf("FAILURE, tree %llu of seed %llu (evaluator and interpreter): %s\n  tree:   %s\n",
-               static_cast<unsigned long long>(number), static_cast<unsigned long long>(options.seed), difference.c_str(),
-               typed_text(small).c_str());
+               static_cast<unsigned long long>(number), static_cast<unsigned long long>(options.seed),
+               difference.c_str(), typed_text(small).c_str());
         fflush(stdout);
     }
     erase_tree(tree);
@@ -286,9 +298,11 @@ uint64_t run_batch(uint64_t from, uint64_t to, double end, JOB job) {
     shared->crashes++;
     NODE* tree = tree_of(job, number);
     CHECK check = job == CHECKING ? check_of(number) : CHECK();
-    NODE* small = shrink_tree(tree, [&](const NODE* t) { return fails_in_process(check, t); }, 30);
-    const char* how = WIFSIGNALED(status) ? (WTERMSIG(status) == SIGALRM ? "no end within 10 seconds" : strsignal(WTERMSIG(status)))
-                                          : "the run was ended";
+    NODE* small = shrink_tree(
+        tree, [&](const NODE* t) { return fails_in_process(check, t); }, 30);
+    const char* how = WIFSIGNALED(status)
+                          ? (WTERMSIG(status) == SIGALRM ? "no end within 10 seconds" : strsignal(WTERMSIG(status)))
+                          : "the run was ended";
     if (is_new(std::string(how) + typed_text(small)))
         printf("CRASH, tree %llu of seed %llu (%s): %s\n  before: %s\n", static_cast<unsigned long long>(number),
                static_cast<unsigned long long>(options.seed), mode_names[check.mode], how, typed_text(small).c_str());
@@ -297,7 +311,8 @@ uint64_t run_batch(uint64_t from, uint64_t to, double end, JOB job) {
 
 [[noreturn]] void usage() {
     fprintf(stderr, "usage: simpcheck [--seed N] [--trees N] [--prove N] [--cross N] [--seconds S] [--size N]\n"
-                    "                 [--modes tree,control,..|all] [--ops NAME,..] [--plain] [--tree K] [--inputs N] [--timeout MS]\n"
+                    "                 [--modes tree,control,..|all] [--ops NAME,..] [--plain] [--tree K] [--inputs N] "
+                    "[--timeout MS]\n"
                     "                 [--max-failures N] [--coverage] [--idempotence] [--verbose]\n");
     exit(2);
 }
@@ -316,20 +331,35 @@ void read_options(int argc, char** argv) {
     for (int i = 1; i < argc; i++) {
         std::string name = argv[i];
         auto argument = [&] { return i + 1 < argc ? argv[++i] : (usage(), nullptr); };
-        if (name == "--seed") options.seed = strtoull(argument(), nullptr, 0);
-        else if (name == "--trees") options.trees = strtoull(argument(), nullptr, 0);
-        else if (name == "--seconds") options.seconds = atof(argument()), options.trees = UINT64_MAX;
-        else if (name == "--prove") options.prove = strtoull(argument(), nullptr, 0);
-        else if (name == "--cross") options.cross = strtoull(argument(), nullptr, 0);
-        else if (name == "--timeout") options.timeout = static_cast<unsigned>(atoi(argument()));
-        else if (name == "--size") options.tree.max_size = atoi(argument());
-        else if (name == "--inputs") options.inputs = atoi(argument());
-        else if (name == "--max-failures") options.max_failures = atoi(argument());
-        else if (name == "--tree") options.only = atoll(argument());
-        else if (name == "--coverage") options.coverage = true;
-        else if (name == "--idempotence") options.idempotence = true;
-        else if (name == "--verbose") options.verbose = true;
-        else if (name == "--plain") options.tree.effects = options.tree.memory = options.tree.pointers = options.tree.floats = options.tree.statements = false;
+        if (name == "--seed")
+            options.seed = strtoull(argument(), nullptr, 0);
+        else if (name == "--trees")
+            options.trees = strtoull(argument(), nullptr, 0);
+        else if (name == "--seconds")
+            options.seconds = atof(argument()), options.trees = UINT64_MAX;
+        else if (name == "--prove")
+            options.prove = strtoull(argument(), nullptr, 0);
+        else if (name == "--cross")
+            options.cross = strtoull(argument(), nullptr, 0);
+        else if (name == "--timeout")
+            options.timeout = static_cast<unsigned>(atoi(argument()));
+        else if (name == "--size")
+            options.tree.max_size = atoi(argument());
+        else if (name == "--inputs")
+            options.inputs = atoi(argument());
+        else if (name == "--max-failures")
+            options.max_failures = atoi(argument());
+        else if (name == "--tree")
+            options.only = atoll(argument());
+        else if (name == "--coverage")
+            options.coverage = true;
+        else if (name == "--idempotence")
+            options.idempotence = true;
+        else if (name == "--verbose")
+            options.verbose = true;
+        else if (name == "--plain")
+            options.tree.effects = options.tree.memory = options.tree.pointers = options.tree.floats =
+                options.tree.statements = false;
         else if (name == "--modes") {
             options.modes.clear();
             for (const std::string& word : words(argument()))
@@ -353,10 +383,11 @@ void read_options(int argc, char** argv) {
 void report(double seconds) {
     const CHECK_COUNTS& c = shared->counts;
     auto u = [](uint64_t v) { return static_cast<unsigned long long>(v); };
-    printf("%llu trees, %llu inputs (%.0f%% undefined; %llu trees without a defined one), %.1f s\n", u(c.trees), u(c.inputs),
-           c.inputs != 0 ? 100.0 * static_cast<double>(c.undefined) / static_cast<double>(c.inputs) : 0.0, u(c.vacuous), seconds);
-    printf("nodes %llu -> %llu; %llu trees change when simplified twice; allowance exceeded %llu times\n", u(c.nodes_before),
-           u(c.nodes_after), u(c.not_idempotent), u(shared->allowance_exceeded));
+    printf("%llu trees, %llu inputs (%.0f%% undefined; %llu trees without a defined one), %.1f s\n", u(c.trees),
+           u(c.inputs), c.inputs != 0 ? 100.0 * static_cast<double>(c.undefined) / static_cast<double>(c.inputs) : 0.0,
+           u(c.vacuous), seconds);
+    printf("nodes %llu -> %llu; %llu trees change when simplified twice; allowance exceeded %llu times\n",
+           u(c.nodes_before), u(c.nodes_after), u(c.not_idempotent), u(shared->allowance_exceeded));
     if (options.cross != 0) printf("interpreter and evaluator compared on %llu inputs\n", u(shared->crossed));
     if (options.prove != 0)
         printf("proved %llu, disproved %llu, unknown %llu, not for the prover %llu\n", u(shared->verdicts[PROVED]),
@@ -377,18 +408,23 @@ void report(double seconds) {
 int main(int argc, char** argv) {
     read_options(argc, argv);
     make_world();
-    shared = static_cast<SHARED*>(mmap(nullptr, sizeof(SHARED), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    shared =
+        static_cast<SHARED*>(mmap(nullptr, sizeof(SHARED), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     if (shared == MAP_FAILED) return perror("mmap"), 2;
     double start = now();
     if (options.only >= 0) {
         options.verbose = true;
-        run_batch(static_cast<uint64_t>(options.only), static_cast<uint64_t>(options.only) + 1, 0, options.prove != 0 ? PROVING : options.cross != 0 ? CROSSING : CHECKING);
+        run_batch(static_cast<uint64_t>(options.only), static_cast<uint64_t>(options.only) + 1, 0,
+                  options.prove != 0   ? PROVING
+                  : options.cross != 0 ? CROSSING
+                                       : CHECKING);
     } else {
         double end = options.seconds != 0 ? start + options.seconds : 0;
         struct {
             JOB job;
             uint64_t trees, batch;
-        } const work[] = {{CROSSING, options.cross, 1000}, {CHECKING, options.trees, 5000}, {PROVING, options.prove, 250}};
+        } const work[] = {
+            {CROSSING, options.cross, 1000}, {CHECKING, options.trees, 5000}, {PROVING, options.prove, 250}};
         for (auto& [job, trees, batch] : work)
             for (uint64_t at = 0; at < trees && (end == 0 || now() < end);) {
                 at = run_batch(at, std::min(at + batch, trees), end, job);

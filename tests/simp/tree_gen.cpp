@@ -90,8 +90,11 @@ EFFECTS effects_of(const NODE* n) {
         EFFECTS value = effects_of(n->right);
         e = both(address, value, false);
         uint64_t target = touched(n->left);
-        // The store comes after both operands' values, but not after their other effects.
-        e.conflict |= ((address.writes | value.writes) & target) != 0;
+        // The store comes after both operands' values, but not after their other effects; x = (x = y) is the same in
+        // every order.
+        bool twice = n->op == ASG && n->right->op == ASG && trees_are_congruent(n->left, n->right->left);
+        uint64_t others = twice ? effects_of(n->right->right).writes : address.writes | value.writes;
+        e.conflict |= (others & target) != 0;
         bool is_volatile = n->left->type->is_volatile();
         e.conflict |= is_volatile && e.events;
         e.events |= is_volatile;
@@ -219,10 +222,15 @@ class GENERATOR {
         }
         if (!options_.pointers || quiet_) return value(K_W, size, limits);
         if (choice == 2) return mk_ASG(name_of(world.local_record), name_of(world.record));
-        NODE* to = mk_PCONV(random_.one_in(2) ? mk_UAND(name_of(world.chars), world.pointer_to_char) : element_pointer(true, 3, pure), tp->void_ptr);
-        NODE* from = mk_PCONV(random_.one_in(2) ? mk_UAND(name_of(world.record), world.pointer_to_record) : element_pointer(true, 3, pure), tp->void_ptr);
+        NODE* to = mk_PCONV(random_.one_in(2) ? mk_UAND(name_of(world.chars), world.pointer_to_char)
+                                              : element_pointer(true, 3, pure),
+                            tp->void_ptr);
+        NODE* from = mk_PCONV(random_.one_in(2) ? mk_UAND(name_of(world.record), world.pointer_to_record)
+                                                : element_pointer(true, 3, pure),
+                              tp->void_ptr);
         NODE* ends = maketree(COMMA, to, from, type(K_W));
-        return maketree(MEMCPY, maketree(COMMA, ends, constant(K_W, random_.below(6)), type(K_W)), nullptr, tp->void_ptr);
+        return maketree(MEMCPY, maketree(COMMA, ends, constant(K_W, random_.below(6)), type(K_W)), nullptr,
+                        tp->void_ptr);
     }
 
     enum MARKS { ALL, SOME, NONE };
@@ -261,7 +269,8 @@ class GENERATOR {
         return special_value(random_, k);
     }
     NODE* float_constant(KIND k) {
-        static const char* const texts[] = {"0x0p+0", "0x1p+0", "-0x1p+0", "0x1p+1", "-0x0p+0", "0x1p-1", "0x1.8p+1", "0x1.4p+3"};
+        static const char* const texts[] = {"0x0p+0",  "0x1p+0", "-0x1p+0",  "0x1p+1",
+                                            "-0x0p+0", "0x1p-1", "0x1.8p+1", "0x1.4p+3"};
         NODE* node = new_node(FCON, type(k));
         node->mk_fcon(texts[random_.below(8)]);
         return node;
@@ -299,15 +308,17 @@ class GENERATOR {
         if (size <= 1 || random_.percent(50)) return constant(K_W, random_.below(count) * units);
         NODE* masked = binary(ANDB, K_W, value(K_W, size - 1, limits), constant(K_W, count - 1));
         if (random_.percent(20)) {
-            KIND narrow = random_.one_in(2) ? K_H : K_UH;
+            KIND narrow = random_.one_in(3) ? K_UW : random_.one_in(2) ? K_H : K_UH;
             erase_tree(masked);
             masked = convert(binary(ANDB, narrow, value(narrow, size - 1, limits), constant(narrow, count - 1)), K_W);
         }
         if (random_.percent(20)) // a constant part
-            return binary(random_.one_in(2) ? PLUS : MINUS, K_W, units == 1 ? masked : binary(MULT, K_W, masked, constant(K_W, units)),
+            return binary(random_.one_in(2) ? PLUS : MINUS, K_W,
+                          units == 1 ? masked : binary(MULT, K_W, masked, constant(K_W, units)),
                           constant(K_W, random_.below(4) * units));
         if (units == 1) return masked;
-        return random_.percent(80) ? binary(MULT, K_W, masked, constant(K_W, 2)) : binary(SLL, K_W, masked, constant(K_W, 1));
+        return random_.percent(80) ? binary(MULT, K_W, masked, constant(K_W, 2))
+                                   : binary(SLL, K_W, masked, constant(K_W, 1));
     }
     NODE* element_pointer(bool ints, int size, const LIMITS& limits) {
         TYPE* pointer_type = ints ? type(K_P) : world.pointer_to_char;
@@ -333,12 +344,14 @@ class GENERATOR {
     NODE* memory_lvalue(KIND k, int size, const LIMITS& limits, uint64_t excluded) {
         bool ints = k == K_W && options_.pointers, chars = k == K_H && options_.pointers;
         if ((ints || chars) && random_.percent(50) && (excluded & bit_of(ints ? world.ints : world.chars)) == 0)
-            return mk_UMULT(ints && random_.percent(15) && (excluded & bit_of(world.record)) == 0 ? address(size, limits)
-                                                                                               : element_pointer(ints, size, limits),
+            return mk_UMULT(ints && random_.percent(15) && (excluded & bit_of(world.record)) == 0
+                                ? address(size, limits)
+                                : element_pointer(ints, size, limits),
                             type(k));
         if (options_.pointers && random_.percent(8)) // *&x
             for (int v : world.of_kind[k])
-                if (!world.variables[static_cast<size_t>(v)].is_local && v != world.changed_by_calls && (excluded & bit_of(v)) == 0)
+                if (!world.variables[static_cast<size_t>(v)].is_local && v != world.changed_by_calls &&
+                    (excluded & bit_of(v)) == 0)
                     return mk_UMULT(mk_UAND(name_of(v), tp->mk_ptr(type(k))), type(k));
         std::vector<int> fitting;
         for (int m : world.bits_and_members)
@@ -389,18 +402,27 @@ class GENERATOR {
         case 2:
             if (!through) break;
             return mk_UAND(maketree(STREF, name_of(holder), field(0), type(K_W)), type(K_P));
-        case 3: return mk_PCONV(mk_PCONV(element_pointer(true, size, limits), world.pointer_to_char), type(K_P));
+        case 3:
+            if (random_.one_in(3))
+                return mk_PCONV(
+                    mk_PCONV(mk_UAND(name_of(world.record), world.pointer_to_record), world.pointer_to_char),
+                    type(K_P));
+            return mk_PCONV(mk_PCONV(element_pointer(true, size, limits), world.pointer_to_char), type(K_P));
         case 4:
-            if (random_.one_in(2)) return mk_PCONV(mk_SCONV(element_pointer(true, size, limits), type(K_UW)), type(K_P));
-            return maketree(PLUS, mk_PCONV(constant(K_W, world.variables[static_cast<size_t>(world.ints)].at), type(K_P)),
+            if (random_.one_in(2))
+                return mk_PCONV(mk_SCONV(element_pointer(true, size, limits), type(K_UW)), type(K_P));
+            return maketree(PLUS,
+                            mk_PCONV(constant(K_W, world.variables[static_cast<size_t>(world.ints)].at), type(K_P)),
                             constant(K_W, 2 * random_.below(4)), type(K_P));
         default: break;
         }
-        return mk_PCONV(mk_UAND(name_of(world.ints), tp->mk_ptr(world.variables[static_cast<size_t>(world.ints)].symbol->type)), type(K_P));
+        return mk_PCONV(
+            mk_UAND(name_of(world.ints), tp->mk_ptr(world.variables[static_cast<size_t>(world.ints)].symbol->type)),
+            type(K_P));
     }
     NODE* pointer(int size, const LIMITS& limits) {
         if (random_.percent(20)) return address(std::max(1, size - 2), limits);
-        if (random_.percent(6)) return mk_PCONV(constant(K_W, 0), type(K_P));
+        if (random_.percent(6)) return mk_PCONV(constant(random_.one_in(2) ? K_W : any_int(), 0), type(K_P));
         if (size > 4 && random_.percent(20)) return choice(K_P, size, limits);
         if (random_.percent(6) && (limits.no_read & bit_of(world.of_kind[K_P].back())) == 0)
             return mk_PCONV(name_of(world.of_kind[K_P].back()), type(K_P));
@@ -445,7 +467,9 @@ class GENERATOR {
         NODE* arms = maketree(COLON, value(k, third, limits), value(k, third, limits), type(k));
         return maketree(QUEST, cond, arms, type(k));
     }
-    NODE* condition(int size, const LIMITS& limits) { return size <= 2 ? value(any_kind(), size, limits) : comparison(size, limits); }
+    NODE* condition(int size, const LIMITS& limits) {
+        return size <= 2 ? value(any_kind(), size, limits) : comparison(size, limits);
+    }
 
     NODE* comparison(int size, const LIMITS& limits) {
         int part = part_of(size - 1);
@@ -477,12 +501,16 @@ class GENERATOR {
         int op = random_.one_in(2) ? SLL : SRL;
         int width = static_cast<int>(bits_of_kind(k));
         if (random_.percent(75)) {
-            int count = random_.percent(94) ? random_.below(width) : random_.percent(80) ? width + random_.below(3) : -1;
-            return maketree(op, operand(k, size - 2, limits), constant(random_.percent(85) ? K_W : K_UW, count), type(k));
+            int count = random_.percent(94)   ? random_.below(width)
+                        : random_.percent(80) ? width + random_.below(3)
+                                              : -1;
+            return maketree(op, operand(k, size - 2, limits), constant(random_.percent(85) ? K_W : K_UW, count),
+                            type(k));
         }
         KIND counter = random_.one_in(2) ? K_W : any_int();
-        NODE* count = random_.one_in(2) || size < 4 ? nullptr
-                                                    : binary(ANDB, counter, value(counter, 1, limits), constant(counter, width - 1));
+        NODE* count = random_.one_in(2) || size < 4
+                          ? nullptr
+                          : binary(ANDB, counter, value(counter, 1, limits), constant(counter, width - 1));
         if (count == nullptr) return two(op, k, k, size - 2, counter, 1, limits);
         LIMITS rest = limits.beside(effects_of(count));
         return maketree(op, operand(k, std::max(1, size - 4), rest), count, type(k));
@@ -491,7 +519,7 @@ class GENERATOR {
     NODE* division(KIND k, int size, const LIMITS& limits) {
         int op = random_.one_in(2) ? DIV : MOD;
         if (random_.percent(75)) {
-            int64_t divisor = random_.percent(60) ? int64_t{1} << random_.below(static_cast<int>(bits_of_kind(k)) - 1)
+            int64_t divisor = random_.percent(60)   ? int64_t{1} << random_.below(static_cast<int>(bits_of_kind(k)) - 1)
                               : random_.percent(70) ? 2 + random_.below(14)
                                                     : some_constant(k);
             if (random_.percent(15)) divisor = -divisor;
@@ -516,7 +544,8 @@ class GENERATOR {
         std::vector<NODE*> parts;
         LIMITS rest = limits;
         for (int i = 0; i < terms; i++) {
-            parts.push_back(random_.percent(35) ? constant(k, some_constant(k)) : value(k, std::max(1, size / terms), rest));
+            parts.push_back(random_.percent(35) ? constant(k, some_constant(k))
+                                                : value(k, std::max(1, size / terms), rest));
             rest = rest.beside(effects_of(parts.back()));
         }
         while (parts.size() > 1) {
@@ -586,7 +615,9 @@ class GENERATOR {
         auto other = [&] { return value(k, small, limits); };
         auto c = [&] { return constant(k, some_constant(k)); };
         auto bits = [&] { return constant(K_W, random_.below(width)); };
-        auto mask = [&] { return random_.percent(60) ? (int64_t{1} << random_.below(width)) - 1 : special_value(random_, k); };
+        auto mask = [&] {
+            return random_.percent(60) ? (int64_t{1} << random_.below(width)) - 1 : special_value(random_, k);
+        };
         auto b = [&](int op, NODE* l, NODE* r) { return binary(op, k, l, r); };
         auto u = [&](int op, NODE* l) { return unary(op, k, l); };
         auto sh = [&](int op, NODE* l, NODE* r) { return maketree(op, l, r, type(k)); };
@@ -606,7 +637,7 @@ class GENERATOR {
             return maketree(QUEST, cond, maketree(COLON, t, f, type(k)), type(k));
         };
         int64_t m = mask();
-        switch (random_.below(46)) {
+        switch (random_.below(50)) {
         case 0: {
             int s = random_.below(width);
             return sh(SRL, sh(SLL, x, constant(K_W, s)), random_.percent(70) ? constant(K_W, s) : bits());
@@ -615,8 +646,10 @@ class GENERATOR {
             int s = random_.below(width);
             return sh(SLL, sh(SRL, x, constant(K_W, s)), random_.percent(70) ? constant(K_W, s) : bits());
         }
-        case 2: return sh(random_.one_in(2) ? SLL : SRL, sh(random_.one_in(2) ? SLL : SRL, x, bits()), bits());
-        case 3: return b(bitop(), b(ANDB, x, constant(k, m)), b(ANDB, random_.one_in(2) ? again() : other(), constant(k, random_.one_in(2) ? ~m : mask())));
+        case 2:
+            return sh(random_.one_in(2) ? SLL : SRL, sh(random_.one_in(2) ? SLL : SRL, x, bits()), bits());
+            return b(bitop(), b(ANDB, x, constant(k, m)),
+                     b(ANDB, random_.one_in(2) ? again() : other(), constant(k, random_.one_in(2) ? ~m : mask())));
         case 4: return b(ANDB, b(bitop(), x, constant(k, mask())), constant(k, m));
         case 5: return b(sum(), b(MULT, x, c()), random_.one_in(2) ? again() : b(MULT, again(), c()));
         case 6: return b(sum(), b(MULT, x, other()), b(MULT, random_.one_in(2) ? again() : other(), other()));
@@ -627,15 +660,27 @@ class GENERATOR {
             if (random_.one_in(2)) return b(MULT, q, constant(k, random_.percent(70) ? d : 1 + random_.below(16)));
             return b(MINUS, again(), b(MULT, q, constant(k, d)));
         }
-        case 9: return b(random_.one_in(2) ? DIV : MOD, b(random_.one_in(2) ? MULT : DIV, x, constant(k, 1 + random_.below(12))), constant(k, 1 + random_.below(12)));
-        case 10: return b(random_.one_in(2) ? DIV : MOD, b(sum(), b(MULT, x, constant(k, 2 + random_.below(6))), c()), constant(k, 2 + random_.below(6)));
+        case 9:
+            return b(random_.one_in(2) ? DIV : MOD,
+                     b(random_.one_in(2) ? MULT : DIV, x, constant(k, 1 + random_.below(12))),
+                     constant(k, 1 + random_.below(12)));
+        case 10:
+            return b(random_.one_in(2) ? DIV : MOD, b(sum(), b(MULT, x, constant(k, 2 + random_.below(6))), c()),
+                     constant(k, 2 + random_.below(6)));
         case 11: return b(sum(), u(NOTB, x), constant(k, random_.below(3)));
-        case 12: return u(random_.one_in(2) ? UMINUS : NOTB, b(random_.one_in(2) ? sum() : bitop(), x, random_.one_in(2) ? c() : other()));
-        case 13: return select(rel(x, random_.one_in(2) ? c() : other()), random_.one_in(2) ? again() : c(), random_.one_in(2) ? u(UMINUS, again()) : c());
-        case 14: return select(rel(x, constant(k, random_.below(2))), random_.one_in(2) ? again() : u(UMINUS, again()), random_.one_in(2) ? u(UMINUS, again()) : again());
+        case 12:
+            return u(random_.one_in(2) ? UMINUS : NOTB,
+                     b(random_.one_in(2) ? sum() : bitop(), x, random_.one_in(2) ? c() : other()));
+        case 13:
+            return select(rel(x, random_.one_in(2) ? c() : other()), random_.one_in(2) ? again() : c(),
+                          random_.one_in(2) ? u(UMINUS, again()) : c());
+        case 14:
+            return select(rel(x, constant(k, random_.below(2))), random_.one_in(2) ? again() : u(UMINUS, again()),
+                          random_.one_in(2) ? u(UMINUS, again()) : again());
         case 15: {
             NODE* y = other();
-            return select(rel(x, y), random_.one_in(2) ? again() : copy_tree(y), random_.one_in(2) ? copy_tree(y) : again());
+            return select(rel(x, y), random_.one_in(2) ? again() : copy_tree(y),
+                          random_.one_in(2) ? copy_tree(y) : again());
         }
         case 16: return as_k(logic(rel(x, c()), rel(again(), c())));
         case 17: return as_k(logic(rel(x, other()), rel(again(), other())));
@@ -643,23 +688,44 @@ class GENERATOR {
             NODE* y = other();
             return as_k(logic(rel(x, y), random_.one_in(2) ? rel(again(), copy_tree(y)) : rel(copy_tree(y), again())));
         }
-        case 19: return as_k(rel(b(ANDB, x, constant(k, m)), random_.one_in(2) ? constant(k, m) : random_.one_in(2) ? constant(k, 0) : c()));
+        case 19:
+            return as_k(rel(b(ANDB, x, constant(k, m)), random_.one_in(2)   ? constant(k, m)
+                                                        : random_.one_in(2) ? constant(k, 0)
+                                                                            : c()));
         case 20: return as_k(rel(b(sum(), x, c()), c()));
-        case 21: return as_k(rel(b(random_.one_in(2) ? sum() : MULT, x, other()), random_.one_in(3) ? again() : constant(k, random_.below(3) - 1)));
+        case 21:
+            return as_k(rel(b(random_.one_in(2) ? sum() : MULT, x, other()),
+                            random_.one_in(3) ? again() : constant(k, random_.below(3) - 1)));
         case 22: return as_k(rel(b(sum(), x, c()), b(sum(), random_.one_in(2) ? again() : other(), c())));
-        case 23: return as_k(rel(b(random_.one_in(2) ? MULT : random_.one_in(2) ? DIV : MOD, x, constant(k, 1 + random_.below(20))), c()));
+        case 23:
+            return as_k(rel(b(random_.one_in(2)   ? MULT
+                              : random_.one_in(2) ? DIV
+                                                  : MOD,
+                              x, constant(k, 1 + random_.below(20))),
+                            c()));
         case 24: return as_k(rel(sh(random_.one_in(2) ? SLL : SRL, x, bits()), c()));
-        case 25: return as_k(rel(random_.one_in(2) ? u(UMINUS, x) : u(NOTB, x), random_.one_in(2) ? c() : u(UMINUS, other())));
+        case 25:
+            return as_k(
+                rel(random_.one_in(2) ? u(UMINUS, x) : u(NOTB, x), random_.one_in(2) ? c() : u(UMINUS, other())));
         case 26: {
             KIND narrow = any_int();
             NODE* n = convert(convert(x, narrow), k);
-            return random_.one_in(2) ? n : as_k(rel(n, random_.one_in(2) ? c() : convert(value(narrow, small, limits), k)));
+            return random_.one_in(2) ? n
+                                     : as_k(rel(n, random_.one_in(2) ? c() : convert(value(narrow, small, limits), k)));
         }
         case 27: {
             KIND narrow = any_int();
-            return convert(binary(random_.one_in(2) ? sum() : bitop(), narrow, convert(x, narrow), random_.one_in(2) ? constant(narrow, some_constant(narrow)) : convert(other(), narrow)), k);
+            return convert(
+                binary(random_.one_in(2) ? sum() : bitop(), narrow, convert(x, narrow),
+                       random_.one_in(2) ? constant(narrow, some_constant(narrow)) : convert(other(), narrow)),
+                k);
         }
-        case 28: return as_k(maketree(EXCLAIM, random_.one_in(2) ? rel(x, other()) : random_.one_in(2) ? logic(rel(x, c()), rel(other(), c())) : maketree(EXCLAIM, x, nullptr, type(K_W)), nullptr, type(K_W)));
+        case 28:
+            return as_k(maketree(EXCLAIM,
+                                 random_.one_in(2)   ? rel(x, other())
+                                 : random_.one_in(2) ? logic(rel(x, c()), rel(other(), c()))
+                                                     : maketree(EXCLAIM, x, nullptr, type(K_W)),
+                                 nullptr, type(K_W)));
         case 29: return as_k(rel(select(condition(small, limits), c(), c()), x));
         case 30: return b(sum(), c(), b(sum(), x, c()));
         case 31: return b(bitop(), sh(SLL, x, bits()), sh(SRL, random_.one_in(2) ? again() : other(), bits()));
@@ -669,17 +735,31 @@ class GENERATOR {
             if (random_.one_in(2)) t = b(XORB, t, constant(k, 1));
             return random_.one_in(2) ? u(UMINUS, t) : b(random_.one_in(2) ? sum() : MULT, t, other());
         }
-        case 34: return as_k(maketree(random_.one_in(2) ? EQ : NEQ, select(condition(small, limits), rel_k(k, x, c()), rel_k(k, again(), c())), constant(k, 0), type(K_W)));
+        case 34:
+            return as_k(maketree(random_.one_in(2) ? EQ : NEQ,
+                                 select(condition(small, limits), rel_k(k, x, c()), rel_k(k, again(), c())),
+                                 constant(k, 0), type(K_W)));
         case 35: return select(sh(ANDB, sh(SRL, x, bits()), constant(k, 1)), other(), c());
-        case 36: return b(ORB, b(ANDB, b(random_.one_in(2) ? ORB : XORB, x, constant(k, mask())), constant(k, m)), random_.one_in(2) ? constant(k, mask()) : b(ANDB, again(), constant(k, mask())));
+        case 36:
+            return b(ORB, b(ANDB, b(random_.one_in(2) ? ORB : XORB, x, constant(k, mask())), constant(k, m)),
+                     random_.one_in(2) ? constant(k, mask()) : b(ANDB, again(), constant(k, mask())));
         case 37: return b(ANDB, b(PLUS, b(ANDB, x, constant(k, m)), constant(k, mask())), constant(k, m));
-        case 38: return b(ANDB, b(ORB, b(ANDB, x, constant(k, mask())), b(ANDB, other(), constant(k, mask()))), constant(k, m));
-        case 39: return b(MULT, random_.one_in(2) ? b(random_.one_in(2) ? MULT : DIV, x, constant(k, 2 + random_.below(9))) : as_k(convert(b(MULT, x, c()), any_int())), constant(k, 2 + random_.below(9)));
+        case 38:
+            return b(ANDB, b(ORB, b(ANDB, x, constant(k, mask())), b(ANDB, other(), constant(k, mask()))),
+                     constant(k, m));
+        case 39:
+            return b(MULT,
+                     random_.one_in(2) ? b(random_.one_in(2) ? MULT : DIV, x, constant(k, 2 + random_.below(9)))
+                                       : as_k(convert(b(MULT, x, c()), any_int())),
+                     constant(k, 2 + random_.below(9)));
         case 40: return b(random_.one_in(2) ? MOD : DIV, x, u(UMINUS, other()));
         case 41: {
             int64_t v = some_constant(k), low = int64_t{1} << random_.below(width);
-            return as_k(maketree(random_.one_in(2) ? OROR : ANDAND, maketree(random_.one_in(2) ? EQ : NEQ, x, constant(k, v), type(K_W)),
-                                 random_.one_in(2) ? maketree(random_.one_in(2) ? EQ : NEQ, again(), constant(k, v ^ low), type(K_W)) : rel(again(), c()), type(K_W)));
+            return as_k(maketree(
+                random_.one_in(2) ? OROR : ANDAND, maketree(random_.one_in(2) ? EQ : NEQ, x, constant(k, v), type(K_W)),
+                random_.one_in(2) ? maketree(random_.one_in(2) ? EQ : NEQ, again(), constant(k, v ^ low), type(K_W))
+                                  : rel(again(), c()),
+                type(K_W)));
         }
         case 42: { // (a + x * c) + y * c
             NODE* factor = random_.one_in(2) ? c() : other();
@@ -694,6 +774,18 @@ class GENERATOR {
             if (f == nullptr) f = other();
             return as_k(logic(rel(x, c()), rel(b(ANDB, f, constant(k, m)), c())));
         }
+        case 45: return b(ORB, b(ORB, b(ANDB, x, constant(k, mask())), other()), b(ANDB, again(), constant(k, mask())));
+        case 46:
+            return b(ANDB, b(PLUS, x, constant(k, -1 - random_.below(5000))),
+                     constant(k, (int64_t{1} << random_.below(width)) - 1));
+        case 47: {
+            auto bit = [&](NODE* n) { return maketree(EQ, n, constant(k, 0), type(K_W)); };
+            NODE* first = b(ANDB, x, constant(k, 1));
+            NODE* second = b(ANDB, other(), constant(k, 1));
+            return as_k(random_.one_in(2) ? maketree(OROR, bit(first), bit(second), type(K_W))
+                                          : maketree(random_.one_in(2) ? ANDAND : OROR, first, second, type(K_W)));
+        }
+        case 48: return as_k(maketree(random_.one_in(2) ? ANDAND : OROR, x, other(), type(K_W)));
         default: return b(bitop(), u(NOTB, x), random_.one_in(2) ? u(NOTB, other()) : other());
         }
     }
@@ -722,19 +814,24 @@ class GENERATOR {
             static const int ops[] = {PLUS, MINUS, MULT, ANDB, ORB, XORB, EQ};
             int op = ops[random_.below(7)];
             NODE *self = copy_tree(lvalue), *by = op == EQ ? constant(k, 0) : value(k, size - 3, rest);
-            NODE* result = op == EQ || random_.one_in(2) ? maketree(op, self, by, op == EQ ? type(K_W) : type(k)) : maketree(op, by, self, type(k));
+            NODE* result = op == EQ || random_.one_in(2) ? maketree(op, self, by, op == EQ ? type(K_W) : type(k))
+                                                         : maketree(op, by, self, type(k));
             return maketree(ASG, lvalue, op == EQ && k != K_W ? convert(result, k) : mark(result), type(k));
         }
         if (choice < 20 && size > 3) return maketree(ASG, lvalue, assignment(k, size - 2, rest), type(k));
-        if (choice < 50 || !reads_it_safely || k == K_B) return maketree(ASG, lvalue, operand(k, size - 2, rest), type(k));
+        if (choice < 50 || !reads_it_safely || k == K_B)
+            return maketree(ASG, lvalue, operand(k, size - 2, rest), type(k));
         if (choice < 65 && !is_float_kind_of(k))
-            return maketree(random_.one_in(2) ? PLUSPLUS : MINMIN, lvalue, constant(k, k == K_P ? 2 : 1), lvalue->type->type_qualified());
+            return maketree(random_.one_in(2) ? PLUSPLUS : MINMIN, lvalue, constant(k, k == K_P ? 2 : 1),
+                            lvalue->type->type_qualified());
         if (k == K_P)
-            return maketree(random_.one_in(2) ? PLUSASG : MINUSASG, lvalue, constant(K_W, random_.below(3) * 2), type(k));
+            return maketree(random_.one_in(2) ? PLUSASG : MINUSASG, lvalue, constant(K_W, random_.below(3) * 2),
+                            type(k));
         static const int all[] = {PLUSASG, MINUSASG, MULTASG, ANDBASG, ORBASG, XORBASG, SLLASG, SRLASG, DIVASG, MODASG};
         int op = all[random_.below(is_float_kind_of(k) ? 3 : 10)];
         if (op == SLLASG || op == SRLASG) {
-            NODE* count = random_.percent(70) ? constant(K_W, random_.below(static_cast<int>(bits_of_kind(k)))) : value(K_W, 1, rest);
+            NODE* count = random_.percent(70) ? constant(K_W, random_.below(static_cast<int>(bits_of_kind(k))))
+                                              : value(K_W, 1, rest);
             return maketree(op, lvalue, count, type(k));
         }
         KIND right = is_float_kind_of(k) ? k : random_.percent(80) ? promoted_kind(k) : combined_kind(k, any_int());
@@ -764,17 +861,39 @@ class GENERATOR {
     // (v = v + c, v - c) and the like
     NODE* step_and_read(KIND k, const LIMITS& limits) {
         int v = readable(k, limits.no_read | limits.no_write);
-        if (v < 0 || is_float_kind_of(k) || k == K_B || k == K_P) return leaf(k, limits);
+        if (v < 0 || is_float_kind_of(k) || k == K_B) return leaf(k, limits);
+        if (k == K_P) {
+            NODE* p = name_of(v);
+            TYPE* t = p->type;
+            int step = 2 * (1 + random_.below(2));
+            NODE* by = maketree(ASG, copy_tree(p), maketree(PLUS, copy_tree(p), constant(K_W, step), t), t);
+            NODE* old = maketree(PLUS, p, constant(K_W, -step), t);
+            if (random_.one_in(3)) old->op = MINUS, old->right->u.lval = INT65(step);
+            old = maketree(COMMAOP, by, old, t);
+            return t == type(K_P) ? old : mk_PCONV(old, type(K_P));
+        }
         int64_t step = random_.one_in(2) ? 1 : some_constant(k);
         int op = random_.one_in(2) ? PLUS : MINUS;
-        NODE* effect = random_.one_in(3) ? mark(maketree(op == PLUS ? PLUSASG : MINUSASG, name_of(v), constant(k, step), type(k)))
-                       : random_.one_in(2) ? maketree(PLUSPLUS, name_of(v), constant(k, 1), type(k))
-                                           : maketree(ASG, name_of(v), binary(op, k, name_of(v), constant(k, step)), type(k));
-        NODE* read = random_.one_in(3) ? name_of(v) : binary(op == PLUS ? MINUS : PLUS, k, name_of(v), constant(k, random_.percent(70) ? step : 1));
+        NODE* effect =
+            random_.one_in(3) ? mark(maketree(op == PLUS ? PLUSASG : MINUSASG, name_of(v), constant(k, step), type(k)))
+            : random_.one_in(2) ? maketree(PLUSPLUS, name_of(v), constant(k, 1), type(k))
+                                : maketree(ASG, name_of(v), binary(op, k, name_of(v), constant(k, step)), type(k));
+        NODE* read = random_.one_in(3) ? name_of(v)
+                                       : binary(op == PLUS ? MINUS : PLUS, k, name_of(v),
+                                                constant(k, random_.percent(70) ? step : 1));
         return maketree(COMMAOP, effect, read, type(k));
     }
     NODE* effect(KIND k, int size, const LIMITS& limits) {
         if (random_.percent(7)) return step_and_read(k, limits);
+        uint64_t records = bit_of(world.record) | bit_of(world.local_record);
+        if (k == K_W && options_.memory && random_.percent(4) && ((limits.no_read | limits.no_write) & records) == 0)
+            return maketree(STDOT, mk_ASG(name_of(world.local_record), name_of(world.record)), field(0), type(K_W));
+        if (random_.percent(3)) { // x = (x = y)
+            NODE* inner = assignment(k, size, limits);
+            if (inner->op == ASG && !effects_of(inner->left).events && effects_of(inner->left).writes == 0)
+                return maketree(ASG, copy_tree(inner->left), inner, type(k));
+            return inner;
+        }
         int choice = random_.below(10);
         if (choice < 5) return assignment(k, size, limits);
         if (choice < 8) {

@@ -10,9 +10,9 @@
 #include <bitset>
 
 struct TREE_OPTIONS {
-    bool effects = true;    // assignments, calls, volatile accesses
-    bool memory = true;     // struct members, array elements, pointers
-    bool pointers = true;   // pointer values
+    bool effects = true;  // assignments, calls, volatile accesses
+    bool memory = true;   // struct members, array elements, pointers
+    bool pointers = true; // pointer values
     bool floats = true;
     bool volatiles = true;
     bool loose = true;      // now and then an operand of another type than its operator's, as passes leave them

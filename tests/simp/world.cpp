@@ -94,13 +94,12 @@ TYPE* make_record_type() {
         TYPE* type;
         int offset, bits; // bits 0: a plain member
     };
-    const MEMBER members[] = {{"a", tp->int_type(), 0, 0},       {"h", tp->char_type(), 96, 0},
-                              {"uh", tp->uchar_type(), 112, 0},  {"q", tp->llong_type(), 128, 0},
-                              {"u", tp->uint_type(), 192, 0},    {"b5u", tp->uint_type(), 32, 5},
-                              {"b7", tp->int_type(), 37, 7},     {"b12u", tp->uint_type(), 44, 12},
-                              {"b3u", tp->uchar_type(), 64, 3},  {"b13u", tp->uchar_type(), 67, 13},
-                              {"b9", tp->char_type(), 80, 9},    {"b1u", tp->uchar_type(), 89, 1},
-                              {"b32u", tp->uint_type(), 224, 31}};
+    const MEMBER members[] = {
+        {"a", tp->int_type(), 0, 0},        {"h", tp->char_type(), 96, 0},     {"uh", tp->uchar_type(), 112, 0},
+        {"q", tp->llong_type(), 128, 0},    {"u", tp->uint_type(), 192, 0},    {"b5u", tp->uint_type(), 32, 5},
+        {"b7", tp->int_type(), 37, 7},      {"b12u", tp->uint_type(), 44, 12}, {"b3u", tp->uchar_type(), 64, 3},
+        {"b13u", tp->uchar_type(), 67, 13}, {"b9", tp->char_type(), 80, 9},    {"b1u", tp->uchar_type(), 89, 1},
+        {"b32u", tp->uint_type(), 224, 31}};
     TYPE* type = tp->mk_struct("S", 256, 64, false, 0, true, false, false);
     for (const MEMBER& m : members)
         tp->add_member(type, std::make_unique<fkMDATA>(m.name, m.type, m.offset,
@@ -159,8 +158,8 @@ void make_world() {
     begin_stack_sharing_scope(2);
     LS_open(&info);
 
-    TYPE* const types[] = {nullptr,         tp->bool_type(),   tp->char_type(),  tp->uchar_type(),
-                           tp->int_type(),  tp->uint_type(),   tp->llong_type(), tp->ullong_type(),
+    TYPE* const types[] = {nullptr,          tp->bool_type(),   tp->char_type(),           tp->uchar_type(),
+                           tp->int_type(),   tp->uint_type(),   tp->llong_type(),          tp->ullong_type(),
                            tp->float_type(), tp->double_type(), tp->mk_ptr(tp->int_type())};
     for (size_t k = K_B; k <= K_P; k++) world.type_of[k] = types[k]->normalized();
     world.record_type = make_record_type();
@@ -172,8 +171,8 @@ void make_world() {
     world.chars = add("H", tp->mk_array(type(K_H), 8, 128, 16, false), false);
     world.record = add("s", world.record_type, false);
     world.local_record = add("t", world.record_type, true);
-    const char* const locals[][3] = {{"h0", "h1", "h2"}, {"uh0", "uh1", "uh2"}, {"w0", "w1", "w2"},
-                                     {"uw0", "uw1", "uw2"}, {"l0", "l1", "l2"}, {"ul0", "ul1", "ul2"}};
+    const char* const locals[][3] = {{"h0", "h1", "h2"},    {"uh0", "uh1", "uh2"}, {"w0", "w1", "w2"},
+                                     {"uw0", "uw1", "uw2"}, {"l0", "l1", "l2"},    {"ul0", "ul1", "ul2"}};
     for (int i = 0; i < 6; i++)
         for (const char* name : locals[i]) add(name, type(static_cast<KIND>(K_H + i)), true);
     add("b0", type(K_B), true);

@@ -42,10 +42,11 @@ struct VARIABLE {
 struct WORLD {
     std::vector<VARIABLE> variables; // SYMTAB::word[1] is the index; at most 64 of them
     TYPE* type_of[K_BLOCK + 1] = {}; // K_P: pointer to int
-    std::array<uint8_t, memory_units> owner{}; // by unit: index of the variable + 1, 0 between objects, 100 and more for temporaries
-    std::vector<int> of_kind[K_BLOCK + 1];     // scalars that are not volatile
+    std::array<uint8_t, memory_units>
+        owner{}; // by unit: index of the variable + 1, 0 between objects, 100 and more for temporaries
+    std::vector<int> of_kind[K_BLOCK + 1]; // scalars that are not volatile
     std::vector<int> volatiles;
-    std::vector<int> bits_and_members; // numbers of the struct's members, bit-fields last
+    std::vector<int> bits_and_members;                     // numbers of the struct's members, bit-fields last
     int ints = 0, chars = 0, record = 0, local_record = 0; // the aggregates
     int changed_by_calls = 0;                              // the global int that a call changes
     TYPE* record_type = nullptr;

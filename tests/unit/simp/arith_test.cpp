@@ -51,6 +51,7 @@ class Arithmetic : public SmallFunction {
         case SRL: return ">>";
         case ANDB: return "&";
         case XORB: return "^";
+        case EXPT: return "**";
         case COMMAOP: return ",";
         default: return node_operator_name[opcode];
         }
@@ -164,6 +165,25 @@ TEST_F(Arithmetic, FloatsOnlyByWhatIsExact) {
     EXPECT_EQ(simp(op(DIV, n(d), fcon("10.0"), type)), "(d / 0x1.4p+3)");
     EXPECT_EQ(simp(op(DIV, n(d), fcon("0.0"), type)), "(d / 0x0p+0)");
     EXPECT_EQ(simp(op(MINUS, n(d), n(d), type)), "(d - d)");
+}
+
+TEST_F(Arithmetic, PointersAndRareOperators) {
+    TYPE* type = tp->mk_ptr(int_type);
+    SYMTAB* p = symbol("p", type);
+    auto plus_c = [&](NODE* a, long long k) { return op(PLUS, a, c(k), type); };
+    EXPECT_EQ(simp(op(PLUS, n(p), mk_SCONV(n(u), int_type), type)), "(u + p)");
+    EXPECT_EQ(simp(op(MINUS, plus_c(n(p), 6), c(2), type)), "(p + 4)");
+    EXPECT_EQ(simp(op(MINUS, op(PLUS, n(p), n(x), type), n(p))), "x");
+    EXPECT_EQ(simp(op(MINUS, plus_c(op(PLUS, n(p), n(x), type), 3), plus_c(n(p), 1))), "(x + 2)");
+    EXPECT_EQ(simp(op(PLUS, op(MINUS, c(8), n(x)), n(p), type)), "((p - x) + 8)");
+    EXPECT_EQ(simp(op(MULT, op(EXPT, n(x), c(3)), n(x))), "(x ** 4)");
+    EXPECT_EQ(simp(op(MULT, op(EXPT, n(x), n(y)), n(x))), "((x ** y) * x)");
+    auto saturated = [&](int a, int by, int n_) {
+        NODE* arguments = op(COMMA, op(SRL, n(x), c(a)), c(by));
+        return op(SRL, mk_ICALL("_sshl", arguments, int_type), c(n_));
+    };
+    EXPECT_EQ(simp(saturated(8, 5, 8)), "(x >> 11)");
+    EXPECT_NE(simp(saturated(8, 9, 8)), "(x >> 7)"); // this one may saturate
 }
 
 TEST_F(Arithmetic, EffectsStay) {

@@ -18,10 +18,6 @@ class Memory : public Simplify {
         p = symbol("p", tp->mk_ptr(record));
         i = symbol("i", int_type);
     }
-    void TearDown() override {
-        init_FUNINFO_table();
-        Simplify::TearDown();
-    }
 
     NODE* sum(NODE* pointer, int units) { return maketree(PLUS, pointer, icon(units), pointer->type); }
     NODE* member_address(NODE* member) { return mk_UAND(member, tp->mk_ptr(member->type)); }

@@ -5,6 +5,8 @@
 #include "../ir/small_function.h"
 #include "simp/simp.h"
 
+#include <cstdlib>
+
 class Simplify : public SmallFunction {
   protected:
     void SetUp() override {
@@ -19,6 +21,15 @@ class Simplify : public SmallFunction {
         double_type = tp->double_type()->normalized();
         integers = {char_type, tp->uchar_type()->normalized(), int_type,
                     uint_type, tp->llong_type()->normalized(), tp->ullong_type()->normalized()};
+    }
+
+    void TearDown() override {
+        for (FUNINFO* record : all_FUNINFOs()) {
+            free(record->name);
+            delete record;
+        }
+        init_FUNINFO_table();
+        SmallFunction::TearDown();
     }
 
     NODE* constant(INT65 value, TYPE* type) { return mk_ICON(value, type); }
