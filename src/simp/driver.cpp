@@ -168,6 +168,7 @@ NODE* simp_scaling(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 }
 
 NODE* simp_STASG(NODE* tree) {
+    tree->u.sym = tree->left->op == NAME ? tree->left->u.sym : nullptr;
     if (tree_is_arg_prolog(tree) || !trees_are_congruent(tree->left, tree->right)) return tree;
     NODE* value = tree->right;
     erase_tree(tree->left);

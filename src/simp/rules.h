@@ -46,7 +46,7 @@ class RULE_SET {
 // What simp_all_trees did under --debug:simp_stats.
 struct SIMP_TIME {
     size_t nodes = 0;   // before, all calls together
-    double seconds = 0; // of wall-clock time
+    double seconds = 0; // of processor time
 };
 extern SIMP_TIME simp_time;
 

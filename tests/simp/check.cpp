@@ -5,6 +5,7 @@
 
 #include "ir/opt_expr.h"
 #include "simp/fold.h"
+#include "simp/rules.h"
 
 #include <cmath>
 #include <cstring>
@@ -242,6 +243,7 @@ FINDING CHECK::run(const NODE* tree) const {
     }
     MODE m = mode_fits(mode, tree, before.kind()) ? mode : M_TREE;
     VIEW view{m, before.kind(), is_int_kind(before.kind()) ? mask_for(seed, before.kind()) : 0};
+    uint64_t exceeded = simp_allowance_exceeded;
     NODE* result = transformed(copy_tree(tree), view);
     total.trees++;
     total.nodes_before += static_cast<uint64_t>(count_nodes_in_tree(tree));
@@ -277,6 +279,8 @@ FINDING CHECK::run(const NODE* tree) const {
         if (total.undefined - undefined == all.size()) total.vacuous++;
     }
     found.after = std::move(after_text);
+    if (found.what.empty() && simp_allowance_exceeded != exceeded)
+        found.what = "rules undo each other: the allowance of rewrites was exceeded";
     if (m == M_TREE && found.what.empty()) {
         NODE* twice = simp_tree(copy_tree(result));
         if (!trees_are_congruent_se_ok(result, twice)) {

@@ -169,6 +169,23 @@ bool has_implicit_conversions(const NODE* tree) {
 
 namespace {
 
+// Whether every operator of the tree is in the set; leaves, conversions and accesses are in every set.
+bool has_only(NODE* tree, const std::bitset<256>& ops) {
+    if (ops.all()) return true;
+    bool good = true;
+    walk_tree_top_down(tree, [&](NODE* n) {
+        static const std::bitset<256> always = [] {
+            std::bitset<256> set;
+            for (int op : {SCONV, PCONV, COLON, COMMA, STDOT, STREF, UAND, UMULT}) set.set(static_cast<size_t>(op));
+            return set;
+        }();
+        size_t op = static_cast<size_t>(n->op & 255);
+        good = good && (number_of_operands[op] == 0 || always.test(op) || ops.test(op));
+        return good;
+    });
+    return good;
+}
+
 // What a subtree may do, given what stands on the other side of unsequenced operators above it.
 struct LIMITS {
     uint64_t no_read = 0, no_write = 0;
@@ -926,7 +943,7 @@ class GENERATOR {
             }
         return leaf(k, limits);
     }
-    bool allowed(const NODE* n) const { return options_.ops.all() || may(n->op) || n->op == SCONV; }
+    bool allowed(NODE* n) const { return has_only(n, options_.ops); }
     NODE* try_build(KIND k, int size, const LIMITS& limits) {
         if (!quiet_ && random_.percent(14)) return effect(k, size, limits);
         if (k == K_P) return pointer(size, limits);
@@ -992,7 +1009,7 @@ class GENERATOR {
 NODE* random_tree(uint64_t seed, const TREE_OPTIONS& options) {
     for (uint64_t attempt = 0;; attempt++) {
         NODE* tree = GENERATOR(RANDOM(seed + attempt * 0x51ED2701).next(), options).root();
-        if (!effects_of(tree).conflict) return tree;
+        if (!effects_of(tree).conflict && has_only(tree, options.ops)) return tree;
         erase_tree(tree);
     }
 }

@@ -101,12 +101,17 @@ struct FUNCTION {
     std::vector<std::pair<uint32_t, uint32_t>> frame_objects; // place and units of what is in use from the entry on
 };
 
+constexpr int64_t undefined_value = 0x5A5A; // fits every type
+
 struct PROGRAM {
     std::vector<std::unique_ptr<FUNCTION>> functions; // by number; the address says the number
     std::vector<SIGNATURE> signatures;                // of calls through pointers
     std::vector<std::string> texts;                   // of CHECK and STOP
     std::vector<BLOCK_COUNT> blocks;
     FUNCTION* main = nullptr;
+    // The file is an output of nxopt, which may read a local in front of the test that guards it and then not use the
+    // value: reading an unwritten local gives undefined_value and is no trap.
+    bool reads_ahead = false;
     // Addresses of objects that the library and the program share; 0 if the file does not declare them.
     ADDRESS stdin_handle = 0, stdout_handle = 0, stderr_handle = 0, errno_object = 0;
 };

@@ -461,8 +461,13 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         ++entered[static_cast<uint32_t>(pc->x)];
         NEXT();
     L_CHECK:
-        if (__builtin_expect(RA == 0, 0))
+        if (__builtin_expect(RA == 0, 0)) {
+            if (program.reads_ahead) {
+                R[pc->y] = undefined_value;
+                NEXT();
+            }
             trap("read of an undefined value, local '" + program.texts[static_cast<uint32_t>(pc->x)] + "'");
+        }
         NEXT();
     L_STOP:
         trap(program.texts[static_cast<uint32_t>(pc->x)]);

@@ -305,7 +305,9 @@ PLACE FUNCTION_GEN::place_of_choice(NODE* n) {
 VALUE FUNCTION_GEN::read_local(LOCAL& local) {
     if (local.checked) {
         if (local.name_text < 0) local.name_text = static_cast<int>(unit_.text_number(local.symbol->name));
-        emit(B_CHECK, local.slot).x = local.name_text;
+        INSN& check = emit(B_CHECK, local.slot);
+        check.x = local.name_text;
+        check.y = local.slot;
     }
     if (local.hazard != statement_number_) return VALUE::in(local.slot, local.kind);
     // The same statement assigns to it inside an expression: the value as it is now must be kept.

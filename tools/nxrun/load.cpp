@@ -3,6 +3,8 @@
 
 #include "icode/if_check.h"
 
+#include <cstring>
+
 namespace {
 
 struct LOADER final : IF_CLIENT {
@@ -82,6 +84,9 @@ struct LOADER final : IF_CLIENT {
         if (psn != nullptr && psn->file != nullptr)
             text += std::string(", ") + psn->file + ":" + std::to_string(psn->line) + ":" + std::to_string(psn->column);
         return text + ": ";
+    }
+    void cl_comment(const char* text) override {
+        if (current == nullptr && strncmp(text, ";\t", 2) == 0) unit.optimized = true;
     }
     void cl_inline_asm(const char*, PSN* psn) override {
         if (current != nullptr) add(STATEMENT::ASSEMBLY, psn);

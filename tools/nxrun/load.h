@@ -34,6 +34,7 @@ struct UNIT {
     std::vector<SYMTAB*> globals; // in the order of the file's table
     std::vector<SOURCE_FUNCTION> functions;
     std::vector<std::pair<SYMTAB*, EXPR_LIST*>> initialisers;
+    bool optimized = false; // begins with the comment of nxopt's outputs
 };
 
 // Reads a file. Throws BAD_FILE if it cannot be opened or is no icode file; what the reader itself finds wrong further

@@ -47,6 +47,7 @@ RUN_RESULT run_unit(UNIT unit, const std::string& name, const RUN_OPTIONS& optio
     gen.check_asserts = options.check_asserts;
     gen.strict = options.strict;
     gen.trap_overflow = options.trap_overflow;
+    program.reads_ahead = unit.optimized;
     PROGRAM_GEN(unit, program, memory, gen, name).compile();
     run_program(program, memory, options, result);
     return result;
