@@ -471,14 +471,12 @@ NODE* without_branch(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     return join_OROR(tree, loop, context);
 }
 
-const RULE andor_rules[] = {
-    {"without_branch", "a || b -> (a | b) != 0;  a && b -> a & b of one bit", without_branch},
-};
-const RULE_SET andor_set("and_or", andor_rules);
-
 } // namespace
 
-NODE* simp_ANDOR_ANDOR(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) { return andor_set.run(tree, loop, context); }
+NODE* simp_ANDOR_ANDOR(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
+    NODE* result = without_branch(tree, loop, context);
+    return result != nullptr ? result : tree;
+}
 
 // ------------------------------------------------------------------------------------------------------- && and ||
 

@@ -257,6 +257,7 @@ const RULE_SET quest_set("quest", quest_rules);
 
 NODE* simp_QUEST(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     tree->left = simp_for_control(tree->left, loop, context);
+    if (tree->left->op == COMMAOP) return simp_node(tree, loop, context); // an effect to be hoisted
     NODE* arms = tree->right;
     if (arms->left == nullptr || arms->right == nullptr) {
         NODE* result = constant_condition(tree, loop, context);

@@ -50,7 +50,8 @@ NODE* multiply_out(NODE* tree, const CONSTANT_TEST& test, WIDE c, LOOP_RECORD* l
     if (!test.type->is_signed() || !test.compares_values()) return nullptr;
     const NODE* x = test.x->left;
     if ((x->op != MULT && x->op != SLL) || !compatible_types(x->type, test.type, false)) return nullptr;
-    WIDE k = test.k.to_wide() * c;
+    WIDE k;
+    if (__builtin_mul_overflow(test.k.to_wide(), c, &k)) return nullptr;
     if (!in_type(k, test.type)) return nullptr;
     return compare_operand(tree, test.op, INT65::from_wide(k), loop, context);
 }
@@ -122,8 +123,8 @@ NODE* scale_bound(NODE* tree, const CONSTANT_TEST& test, WIDE c, LOOP_RECORD* lo
     int op = as_signed(test.op);
     WIDE k = test.k.to_wide();
     if (op == GT || op == LE) k++;
-    WIDE bound = k * c;
-    if (!in_type(bound, test.type)) return nullptr;
+    WIDE bound;
+    if (__builtin_mul_overflow(k, c, &bound) || !in_type(bound, test.type)) return nullptr;
     op = op == GT || op == GE ? GE : LT;
     if (!test.type->is_signed()) op = as_unsigned(op);
     return compare_operand(tree, op, INT65::from_wide(bound), loop, context);

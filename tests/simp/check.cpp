@@ -64,10 +64,10 @@ std::vector<INPUT> make_inputs(const CODE& code, uint64_t seed, int count) {
             } else {
                 int choice = style == 0 ? 4 : random.below(6);
                 if (choice == 0)
-                    value.i = previous + random.below(3) - 1;
+                    value.i = wrapped_sum(previous, random.below(3) - 1);
                 else if (choice <= 2 && !constants.empty()) {
-                    value.i = random.pick(constants) + random.below(3) - 1;
-                    if (random.one_in(6)) value.i = -value.i;
+                    value.i = wrapped_sum(random.pick(constants), random.below(3) - 1);
+                    if (random.one_in(6)) value.i = wrapped_negative(value.i);
                 } else if (choice == 4)
                     value.i = random.below(17) - (is_signed_int(v.kind) ? 8 : 0);
                 else
@@ -122,8 +122,7 @@ const char* form_fault(NODE* tree, bool simplified) {
 
 int64_t mask_for(uint64_t seed, KIND k) {
     RANDOM random(seed ^ 0x7777);
-    return random.one_in(2) ? (int64_t{1} << random.below(static_cast<int>(bits_of_kind(k)))) - 1
-                            : special_value(random, k);
+    return random.one_in(2) ? low_ones(random.below(static_cast<int>(bits_of_kind(k)))) : special_value(random, k);
 }
 
 // What is expected of the result where only part of the value counts.

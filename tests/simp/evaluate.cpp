@@ -509,7 +509,7 @@ class MACHINE {
 
     DATUM pointer_sum(const CODE::EN& e) {
         DATUM a = value(e.left), b = value(e.right), r;
-        r.i = cut(e.op == PLUS ? a.i + b.i : a.i - b.i, e.kind);
+        r.i = cut(wrapped_sum(a.i, e.op == PLUS ? b.i : wrapped_negative(b.i)), e.kind);
         check_pointer(r, e.kind);
         return r;
     }
@@ -545,7 +545,7 @@ class MACHINE {
         PLACE p = place(e.left);
         DATUM a = load(p, k), r;
         if (k == K_P) {
-            r.i = cut(op == PLUS ? a.i + b.i : a.i - b.i, k);
+            r.i = cut(wrapped_sum(a.i, op == PLUS ? b.i : wrapped_negative(b.i)), k);
             check_pointer(r, k);
         } else if (op == SLL || op == SRL) {
             KIND t = promoted_kind(k);

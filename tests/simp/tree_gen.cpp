@@ -281,7 +281,7 @@ class GENERATOR {
     int64_t some_constant(KIND k) {
         if (random_.percent(35)) {
             int64_t v = favourites_[random_.below(3)];
-            return random_.percent(70) ? v : v + random_.below(3) - 1;
+            return random_.percent(70) ? v : wrapped_sum(v, random_.below(3) - 1);
         }
         return special_value(random_, k);
     }
@@ -501,7 +501,8 @@ class GENERATOR {
             return two(EQ + random_.below(6), K_W, K_D, part, K_D, size - 1 - part, limits);
         KIND k = any_int();
         static const int signed_ops[] = {EQ, NEQ, LT, LE, GT, GE}, unsigned_ops[] = {EQ, NEQ, ULT, ULE, UGT, UGE};
-        int op = (is_signed_int(k) ? signed_ops : unsigned_ops)[random_.below(6)];
+        int n = random_.below(6);
+        int op = is_signed_int(k) ? signed_ops[n] : unsigned_ops[n];
         if (random_.percent(45))
             return maketree(op, operand(k, size - 2, limits), constant(k, some_constant(k)), type(K_W));
         return two(op, K_W, k, part, k, size - 1 - part, limits);
@@ -539,7 +540,7 @@ class GENERATOR {
             int64_t divisor = random_.percent(60)   ? int64_t{1} << random_.below(static_cast<int>(bits_of_kind(k)) - 1)
                               : random_.percent(70) ? 2 + random_.below(14)
                                                     : some_constant(k);
-            if (random_.percent(15)) divisor = -divisor;
+            if (random_.percent(15)) divisor = wrapped_negative(divisor);
             if (divisor == 0) divisor = 1;
             return binary(op, k, operand(k, size - 2, limits), constant(k, divisor));
         }
@@ -632,9 +633,7 @@ class GENERATOR {
         auto other = [&] { return value(k, small, limits); };
         auto c = [&] { return constant(k, some_constant(k)); };
         auto bits = [&] { return constant(K_W, random_.below(width)); };
-        auto mask = [&] {
-            return random_.percent(60) ? (int64_t{1} << random_.below(width)) - 1 : special_value(random_, k);
-        };
+        auto mask = [&] { return random_.percent(60) ? low_ones(random_.below(width)) : special_value(random_, k); };
         auto b = [&](int op, NODE* l, NODE* r) { return binary(op, k, l, r); };
         auto u = [&](int op, NODE* l) { return unary(op, k, l); };
         auto sh = [&](int op, NODE* l, NODE* r) { return maketree(op, l, r, type(k)); };
@@ -771,7 +770,7 @@ class GENERATOR {
                      constant(k, 2 + random_.below(9)));
         case 40: return b(random_.one_in(2) ? MOD : DIV, x, u(UMINUS, other()));
         case 41: {
-            int64_t v = some_constant(k), low = int64_t{1} << random_.below(width);
+            int64_t v = some_constant(k), low = wrapped_sum(low_ones(random_.below(width)), 1);
             return as_k(maketree(
                 random_.one_in(2) ? OROR : ANDAND, maketree(random_.one_in(2) ? EQ : NEQ, x, constant(k, v), type(K_W)),
                 random_.one_in(2) ? maketree(random_.one_in(2) ? EQ : NEQ, again(), constant(k, v ^ low), type(K_W))
@@ -794,7 +793,7 @@ class GENERATOR {
         case 45: return b(ORB, b(ORB, b(ANDB, x, constant(k, mask())), other()), b(ANDB, again(), constant(k, mask())));
         case 46:
             return b(ANDB, b(PLUS, x, constant(k, -1 - random_.below(5000))),
-                     constant(k, (int64_t{1} << random_.below(width)) - 1));
+                     constant(k, low_ones(random_.below(width))));
         case 47: {
             auto bit = [&](NODE* n) { return maketree(EQ, n, constant(k, 0), type(K_W)); };
             NODE* first = b(ANDB, x, constant(k, 1));

@@ -58,9 +58,9 @@ int64_t special_value(RANDOM& random, KIND k) {
     case 5: return random.below(41) - 20;
     case 6: return static_cast<int64_t>(uint64_t{1} << bit());
     case 7: return static_cast<int64_t>((uint64_t{1} << bit()) - 1);
-    case 8: return -static_cast<int64_t>(uint64_t{1} << bit());
+    case 8: return wrapped_negative(static_cast<int64_t>(uint64_t{1} << bit()));
     case 9: return static_cast<int64_t>((uint64_t{1} << bit()) - (uint64_t{1} << bit()));
-    case 10: return static_cast<int64_t>(uint64_t{1} << (width - 1)) - random.below(3);
+    case 10: return static_cast<int64_t>((uint64_t{1} << (width - 1)) - static_cast<unsigned>(random.below(3)));
     case 11: return static_cast<int64_t>((uint64_t{1} << (width - 1)) + static_cast<unsigned>(random.below(2)));
     case 12: return static_cast<int64_t>((uint64_t{1} << (width / 2)) - static_cast<unsigned>(random.below(3)));
     case 13: return (2 + random.below(9)) * (random.one_in(3) ? -1 : 1) * (1 << random.below(4));

@@ -82,6 +82,12 @@ struct RANDOM {
     bool percent(int n) { return below(100) < n; }
     template <typename T> const T& pick(const std::vector<T>& v) { return v[next() % v.size()]; }
 };
+// Modulo 2^64.
+inline int64_t wrapped_sum(int64_t a, int64_t b) {
+    return static_cast<int64_t>(static_cast<uint64_t>(a) + static_cast<uint64_t>(b));
+}
+inline int64_t wrapped_negative(int64_t a) { return static_cast<int64_t>(0 - static_cast<uint64_t>(a)); }
+inline int64_t low_ones(int n) { return static_cast<int64_t>((uint64_t{1} << n) - 1); } // n below 64
 // A value that arithmetic is likely to treat in a special way, cut to the kind by the user.
 int64_t special_value(RANDOM&, KIND);
 
