@@ -79,8 +79,8 @@ const NODE* skip_marks(const NODE* node) {
 bool is_lvalue(const NODE* node) {
     node = skip_marks(node);
     while (node != nullptr && node->op == COMMAOP) node = skip_marks(node->right);
-    return node != nullptr && (node->op == NAME || node->op == UMULT || node->op == STDOT || node->op == STREF ||
-                               node->op == SSA_DEF || node->op == SSA_USE || node->op == REAL || node->op == IMAG);
+    return node != nullptr && (opcode_is_lvalue(node->op) || node->op == SSA_DEF || node->op == SSA_USE ||
+                               node->op == REAL || node->op == IMAG);
 }
 
 // An object whose address can be taken: an lvalue, a function, a literal, and what an assignment to an lvalue leaves.
@@ -167,31 +167,12 @@ void STMT_CHECKER::check_constant(const NODE* node) {
 void STMT_CHECKER::check_operands(const NODE* node) {
     auto type_of = [](const NODE* operand) { return operand->type; };
     TYPE* left = node->left != nullptr ? type_of(node->left) : nullptr;
+    if (opcode_is_increment(node->op)) want(node->right->op == ICON, node, "the step is no ICON");
+    if (opcode_is_store(node->op)) want(is_lvalue(node->left), node, "the target is no lvalue");
     switch (node->op) {
-    case ASG:
-        want(is_lvalue(node->left), node, "the target is no lvalue");
-        want(left != nullptr && !left->is_csu() && !left->is_func(), node, "the target is no scalar");
-        break;
-    case STASG:
-        want(is_lvalue(node->left), node, "the target is no lvalue");
-        want(left != nullptr && left->is_csu(), node, "the target is no struct");
-        break;
-    case ARASG:
-        want(is_lvalue(node->left), node, "the target is no lvalue");
-        want(left != nullptr && left->is_array(), node, "the target is no array");
-        break;
-    case PLUSPLUS:
-    case MINMIN: want(node->right->op == ICON, node, "the step is no ICON"); [[fallthrough]];
-    case PLUSASG:
-    case MINUSASG:
-    case MULTASG:
-    case ANDBASG:
-    case ORBASG:
-    case XORBASG:
-    case DIVASG:
-    case MODASG:
-    case SLLASG:
-    case SRLASG: want(is_lvalue(node->left), node, "the target is no lvalue"); break;
+    case ASG: want(left != nullptr && !left->is_csu() && !left->is_func(), node, "the target is no scalar"); break;
+    case STASG: want(left != nullptr && left->is_csu(), node, "the target is no struct"); break;
+    case ARASG: want(left != nullptr && left->is_array(), node, "the target is no array"); break;
     case UAND:
         want(is_object(node->left), node, "the address of something that is no object");
         want(!is_bitfield(node->left), node, "the address of a bit-field");

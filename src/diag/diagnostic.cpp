@@ -82,9 +82,7 @@ const char* DIAGNOSTIC::sev_str(int severity) {
 
 // -------------------------------------------------------------------------------------------------------- one message
 
-std::string DIAG_SRCINFO::text() const {
-    return line == 0 ? file : "\"" + file + "\", line " + std::to_string(line);
-}
+std::string DIAG_SRCINFO::text() const { return line == 0 ? file : "\"" + file + "\", line " + std::to_string(line); }
 
 DIAGNOSTIC::DIAGNOSTIC(unsigned id) : info_(get_info(static_cast<int>(id))), columns_(diag_cols_m) {
     OPTASSERT(info_ != nullptr);
@@ -96,8 +94,8 @@ std::string& DIAGNOSTIC::get_sp_buffer() { return sp_buffer_; }
 bool DIAGNOSTIC::is_equal(const DIAGNOSTIC& other) const { return info_ == other.info_; }
 void DIAGNOSTIC::dump(FILE* to) const { fprintf(to, "#%u %s: %s\n", info_->id, sev_str(), info_->text); }
 
-void DIAGNOSTIC::report(std::source_location where) {
-    set_origin(where.file_name(), where.line());
+void DIAGNOSTIC::report(REPORT_PLACE where) {
+    set_origin(where.file, where.line);
     print_header();
     print("%s", info_->text);
     flush();

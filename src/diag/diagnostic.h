@@ -13,7 +13,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <memory>
-#include <source_location>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -27,6 +26,15 @@ enum dc_SEVERITY : int {
     SEV_warning,
     SEV_error,
     SEV_fatal
+};
+
+// The place in this program's source from which a report is made.
+struct REPORT_PLACE {
+    const char* file;
+    unsigned line;
+    static constexpr REPORT_PLACE current(const char* file = __builtin_FILE(), unsigned line = __builtin_LINE()) {
+        return {file, line};
+    }
 };
 
 struct DIAG_INFO {
@@ -54,7 +62,7 @@ class DIAGNOSTIC {
 
     virtual void* alloc(size_t n); // memory for whoever keeps a message; never null
     // Prints header, text, newline, and counts; may end the run. The place of the call is the message's origin.
-    virtual void report(std::source_location where = std::source_location::current());
+    virtual void report(REPORT_PLACE where = REPORT_PLACE::current());
     virtual void dump(FILE* to) const; // one line: number, severity, text without its parameters
     virtual void free_mem(void* p);
     virtual std::string& get_sp_buffer(); // where sp_print writes
@@ -133,8 +141,8 @@ inline unsigned long printed(unsigned long number) { return number; }
 template <unsigned ID, typename... PARAMETERS> class message : public DIAGNOSTIC {
   public:
     explicit message(typename PARAMETERS::taken... parameters) : DIAGNOSTIC(ID), parameters_(parameters...) {}
-    void report(std::source_location where = std::source_location::current()) override {
-        set_origin(where.file_name(), where.line());
+    void report(REPORT_PLACE where = REPORT_PLACE::current()) override {
+        set_origin(where.file, where.line);
         print_header();
         if constexpr (sizeof...(PARAMETERS) == 0)
             print("%s", info()->text);

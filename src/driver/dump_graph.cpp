@@ -191,7 +191,7 @@ void add_calls(const LIST* list, CALLS& calls) {
             const NODE* node = waiting.back();
             waiting.pop_back();
             if (node == nullptr) continue;
-            if (node->op == CALL || node->op == UCALL) calls.add(callee_of(node));
+            if (opcode_is_call(node->op)) calls.add(callee_of(node));
             if (node->op != CSE_DUPE) waiting.push_back(node->right);
             waiting.push_back(node->left);
         }

@@ -141,7 +141,7 @@ void pass::run() {
         list_blocks();
     }
     long bytes_before = print_debug ? bytes_in_use() : 0;
-    clock_t start = clock();
+    clock_t start = print_debug ? clock() : 0;
     action();
     if (print_debug) {
         dprintf("(%.1f sec for pass.)\n", static_cast<double>(clock() - start) / 1000000);

@@ -159,6 +159,12 @@ class TREE_CHECK {
         TYPE* type = node->type;
         NODE* left = node->left;
         NODE* right = node->right;
+        if (node->op == ASG || opcode_is_op_assignment(node->op) || opcode_is_increment(node->op)) {
+            if (opcode_is_increment(node->op) && right->op != ICON) return "an increment whose step is no constant";
+            push(left, LVALUE_PLACE);
+            push(right, VALUE);
+            return check_assignment(node);
+        }
         switch (node->op) {
         case NOP: return place == EFFECT ? nullptr : "a NOP inside an expression";
         case NAME:
@@ -172,26 +178,6 @@ class TREE_CHECK {
             return (type->is_integral() || type->is_enum()) && is_number(type) ? nullptr
                                                                                : "an integer constant of another type";
         case FCON: return type->is_fltpt() && is_number(type) ? nullptr : "a floating constant of another type";
-        case ASG:
-        case PLUSASG:
-        case MINUSASG:
-        case MULTASG:
-        case ANDBASG:
-        case ORBASG:
-        case XORBASG:
-        case DIVASG:
-        case MODASG:
-        case SLLASG:
-        case SRLASG:
-            push(left, LVALUE_PLACE);
-            push(right, VALUE);
-            return check_assignment(node);
-        case PLUSPLUS:
-        case MINMIN:
-            if (right->op != ICON) return "an increment whose step is no constant";
-            push(left, LVALUE_PLACE);
-            push(right, VALUE);
-            return check_assignment(node);
         case STASG:
         case ARASG:
             push(left, LVALUE_PLACE);
@@ -335,6 +321,8 @@ class TREE_CHECK {
             if (!is_scalar_value(operand->type) && node->op != EPVAL && node->op != DDNODE && node->op != ACONV)
                 return "an operator on what is no scalar";
         }
+        if (opcode_is_comparison(node->op))
+            return is_number(type) && !type->is_fltpt() ? nullptr : "a comparison whose result is no integer";
         switch (node->op) {
         case ANDB:
         case ORB:
@@ -359,16 +347,6 @@ class TREE_CHECK {
         case FRIEEE: return type->is_fltpt() ? nullptr : "floating arithmetic on another type";
         case PLUS:
         case MINUS: return is_scalar_value(type) ? nullptr : "arithmetic on what is no number";
-        case EQ:
-        case NEQ:
-        case LE:
-        case LT:
-        case GE:
-        case GT:
-        case ULE:
-        case ULT:
-        case UGE:
-        case UGT: return is_number(type) && !type->is_fltpt() ? nullptr : "a comparison whose result is no integer";
         default: return nullptr;
         }
     }

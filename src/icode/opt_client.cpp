@@ -45,7 +45,7 @@ bool no_loops_in_table(const EHT_ENTRY* table, uint32_t count) {
 template <typename F> void for_each_call(FUNINFO* f, F&& visit) {
     auto calls_of = [&](NODE* tree) {
         walk_tree(tree, [&](NODE* node) {
-            if (node->op == CALL || node->op == UCALL) visit(node);
+            if (opcode_is_call(node->op)) visit(node);
         });
     };
     for (LIST* cell = f->statements; cell != nullptr; cell = cell->rest) {
@@ -87,6 +87,8 @@ class OPT_CLIENT final : public IF_CLIENT {
         case SC_REGISTER:
         case SC_OMITTED:
         case SC_REGISTER2:
+            if (lex == 1) fault("a local among the parameters");
+            [[fallthrough]];
         case SC_PARM:
         case SC_PARM_REG:
         case SC_PARM_VARARGS:
@@ -121,6 +123,7 @@ class OPT_CLIENT final : public IF_CLIENT {
 
     void cl_expr(NODE* tree, PSN* psn) override {
         fault(statement_fault(tree));
+        if (lex < 2) fault("a statement in front of the end of the parameters");
         if (tree->op == LOOP && !labels_.define(tree->right->u.lval.low)) fault("a label defined twice");
         labels_.note_references(tree);
         push(expr_cleanup(tree), psn);

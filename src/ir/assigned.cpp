@@ -28,8 +28,7 @@ struct BLOCK_SUMMARY {
     MASK out() const { return end.assigned | (end.called ? 0 : in); }
 };
 
-bool is_assigning(int op) { return opcode_is_ASG(op) || op == PLUSPLUS || op == MINMIN; }
-bool is_call(int op) { return op == CALL || op == UCALL || op == MCALL || op == UMCALL; }
+bool is_call(int op) { return opcode_is_call(op) || op == MCALL || op == UMCALL; }
 
 class ASSIGNED_ANALYSIS {
   public:
@@ -104,7 +103,7 @@ class ASSIGNED_ANALYSIS {
         };
         if (bit_of(node)) return read(bit_of(node));
         const NODE *left = node->left, *right = node->op == CSE_DUPE ? nullptr : node->right;
-        if (is_assigning(node->op)) {
+        if (opcode_is_store(node->op)) {
             if (bit_of(left) == 0)
                 later(EVALUATE, left);
             else {

@@ -147,7 +147,7 @@ NODE* maketree(int op, NODE* left, NODE* right, TYPE* type, LS* scope) {
     node->left = left;
     node->right = right;
     node->scope = scope;
-    if ((op == CALL || op == UCALL) && currfuninfo != nullptr) currfuninfo->is_leaf = false;
+    if (opcode_is_call(op) && currfuninfo != nullptr) currfuninfo->is_leaf = false;
     return node;
 }
 

@@ -177,9 +177,6 @@ struct NODE final : BASE_NODE {
     static void operator delete(void*);
 };
 
-// True for ICALL, UICALL, MCALL and UMCALL: calls of a builtin by text name.
-inline bool opcode_is_builtin_call(int op) { return op == ICALL || op == UICALL || op == MCALL || op == UMCALL; }
-
 // What the icode reader uses: a node with everything but `op` and `type` at its default. An SCONV to an enum takes the
 // enum's underlying type.
 NODE* new_node(int op, TYPE* type);

@@ -15,10 +15,12 @@ struct OPCODE_ROW {
     uint8_t number;
     const char* name;
     const char* text;
-    uint8_t operands, op, inv, com, flags;
+    uint8_t operands, op, inv, com;
+    OPCODE_CLASS cls;
+    uint8_t flags;
 };
 constexpr OPCODE_ROW rows[] = {
-#define OPCODE(no, name, text, n, op, inv, com, flags) {no, #name, text, n, op, inv, com, flags},
+#define OPCODE(no, name, text, n, op, inv, com, cls, flags) {no, #name, text, n, op, inv, com, CLASS_##cls, flags},
 #include "ir/opcodes.def"
 };
 
@@ -33,6 +35,11 @@ constexpr uint8_t flag_entry(int number, int flag) {
     for (const OPCODE_ROW& row : rows)
         if (row.number == number) return (row.flags & flag) != 0;
     return 0;
+}
+constexpr OPCODE_CLASS class_entry(int number) {
+    for (const OPCODE_ROW& row : rows)
+        if (row.number == number) return row.cls;
+    return CLASS_OTHER;
 }
 constexpr const char* name_entry(int number) {
     for (const OPCODE_ROW& row : rows)
@@ -53,6 +60,7 @@ constexpr const char* name_entry(int number) {
 #define M_COM(i) table_entry(i, &OPCODE_ROW::com, NONE)
 #define M_BOOL(i) flag_entry(i, F_BOOL)
 #define M_EFFECT(i) flag_entry(i, F_EFFECT)
+#define M_CLASS(i) class_entry(i)
 #define M_NAME(i) name_entry(i)
 
 constexpr uint8_t number_of_operands[256] = {ROW256(M_OPERANDS)};
@@ -61,6 +69,7 @@ constexpr uint8_t boolean_inv[256] = {ROW256(M_INV)};
 constexpr uint8_t commute_inv[256] = {ROW256(M_COM)};
 constexpr uint8_t boolean_result[256] = {ROW256(M_BOOL)};
 constexpr uint8_t side_effects[256] = {ROW256(M_EFFECT)};
+constexpr OPCODE_CLASS opcode_classes[256] = {ROW256(M_CLASS)};
 constexpr const char* const node_operator_name[256] = {ROW256(M_NAME)};
 
 const char* opname(int op) {
@@ -72,10 +81,6 @@ const char* opname(int op) {
     if (op == ILLOP) return " ?ILLOP?";
     if (op < 0 || op > 255 || node_operator_name[op] == nullptr) return "?NODE?";
     return padded[op].data();
-}
-
-bool opcode_is_ASG(int op) {
-    return op == ASG || op == STASG || op == ARASG || (op >= 0 && op < 256 && op_of_opASG[op] != NONE);
 }
 
 IF_NODE_INFO if_node_info[256];

@@ -227,7 +227,7 @@ namespace {
 // The type in which an assignment operator computes.
 TYPE* type_of_opASG(int op, NODE* target, NODE* value) {
     if (target->type->is_ptr()) return target->type->type_qualified();
-    return op == SLL || op == SRL ? promoted_type(target->type) : combined_type(target, value);
+    return opcode_is_shift(op) ? promoted_type(target->type) : combined_type(target, value);
 }
 
 // Whether `target op= y` stores what `target = target op y` does, where the operator has type `type`. Only the low bits
@@ -275,7 +275,7 @@ NODE* opASG_to_ASG(NODE* tree) {
     NODE* target = tree->left;
     if (target->op == DDNODE || (tree_has_side_effects(target) && !target->type->is_volatile())) return tree;
     TYPE* left_type = target->type;
-    bool shift = op == SLL || op == SRL;
+    bool shift = opcode_is_shift(op);
     if (!left_type->is_integral() && !left_type->is_enum() && !left_type->is_ptr()) {
         if (op == ANDB || op == ORB || op == XORB || op == MOD)
             tree->right = coerced(tree->right, promoted_type(left_type));

@@ -24,10 +24,8 @@ const NODE* skip_marks(const NODE* tree) {
     }
 }
 
-bool is_lvalue_op(int op) { return op == NAME || op == UMULT || op == STDOT || op == STREF; }
-
 bool is_volatile_access(const NODE* node) {
-    return (is_lvalue_op(node->op) || node->op == FIELD) && node->type != nullptr && node->type->is_volatile();
+    return (opcode_is_lvalue(node->op) || node->op == FIELD) && node->type != nullptr && node->type->is_volatile();
 }
 
 // A parameter and the copy of it that nothing changes have one value: a NAME of the one matches a read of the other
@@ -64,7 +62,7 @@ bool types_are_congruent(const NODE* a, const NODE* b) {
     if (a->type == b->type) return true;
     if (a->type == nullptr || b->type == nullptr) return false;
     if (a->op == NAME && b->op == NAME && a->u.sym == b->u.sym) return compatible_types(a->type, b->type, false);
-    if ((a->op == CALL || a->op == UCALL) && a->type->is_csu()) return compatible_types(a->type, b->type, false);
+    if (opcode_is_call(a->op) && a->type->is_csu()) return compatible_types(a->type, b->type, false);
     return equiv_mtypes(a->type, b->type);
 }
 
@@ -186,7 +184,7 @@ bool tree_has_side_effects(const NODE* root) {
     walk_tree_top_down(const_cast<NODE*>(root), [&](NODE* node) {
         if (found) return false;
         const NODE* tree = skip_marks(node);
-        if (is_lvalue_op(tree->op) && tree->type != nullptr && tree->type->is_volatile()) {
+        if (opcode_is_lvalue(tree->op) && tree->type != nullptr && tree->type->is_volatile()) {
             found = true;
             return false;
         }
@@ -310,7 +308,7 @@ int count_nodes_in_tree(const NODE* root, int limit) {
 int count_lvalues_in_tree(const NODE* root) {
     int n = 0;
     walk_tree_top_down(const_cast<NODE*>(root), [&](NODE* node) {
-        n += is_lvalue_op(node->op);
+        n += opcode_is_lvalue(node->op);
         return true;
     });
     return n;
@@ -319,7 +317,7 @@ int count_lvalues_in_tree(const NODE* root) {
 int count_calls_in_tree(const NODE* root) {
     int n = 0;
     walk_tree_top_down(const_cast<NODE*>(root), [&](NODE* node) {
-        n += node->op == CALL || node->op == UCALL;
+        n += opcode_is_call(node->op);
         return true;
     });
     return n;
@@ -386,10 +384,10 @@ bool may_be_same_object(const NODE* target, const NODE* lvalue) {
 bool tree_modifies_lvalue_in_tree(const NODE* root, const NODE* lvalue) {
     bool found = false;
     walk_tree_top_down(const_cast<NODE*>(root), [&](NODE* node) {
-        if (opcode_is_ASG(node->op) || node->op == PLUSPLUS || node->op == MINMIN)
+        if (opcode_is_store(node->op))
             found |= may_be_same_object(node->left, lvalue);
-        else if (node->op == CALL || node->op == UCALL || node->op == MCALL || node->op == UMCALL ||
-                 node->op == MEMCPY || node->op == ASM) {
+        else if (opcode_is_call(node->op) || node->op == MCALL || node->op == UMCALL || node->op == MEMCPY ||
+                 node->op == ASM) {
             const NODE* object = lvalue;
             while (object->op == STDOT) object = object->left;
             found |=

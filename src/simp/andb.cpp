@@ -62,7 +62,9 @@ NODE* mask_of_aligned_sum(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 // set nothing inside the result is 0; else the mask drops to the bits that it is needed for.
 //
 // The left operand's bits outside the mask may change, so whatever it can set then counts for the choice of the mask's
-// own don't-care bits. Unlike other rules this one may change the constant and let the tree stay.
+// own don't-care bits. Unlike other rules this one may change the constant and let the tree stay. Among what goes down
+// is (x + N) & M -> (x + (N & M)) & M, for a negative N and a low mask M: of a sum's constant only the bits up to the
+// mask's highest stay.
 NODE* settle_mask(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!has_mask(tree)) return nullptr;
     TYPE* type = tree->type;
@@ -76,17 +78,6 @@ NODE* settle_mask(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     INT65 value = regular_mask(mask, care, type);
     if (tree->right->type != value_type(type) || bits_of(tree->right, type) != value) set_right_constant(tree, value);
     return nullptr;
-}
-
-// (x + N) & M -> (x + (N & M)) & M, for a negative N and a low mask M
-NODE* mask_of_negative_term(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
-    NODE* sum = tree->left;
-    if (!has_mask(tree) || !is_modular_node(sum, PLUS, tree->type->size()) || sum->right->op != ICON) return nullptr;
-    INT65 mask = bits_of(tree->right, tree->type);
-    if (!sum->right->u.lval.is_negative() || !is_low_mask(mask) || mask == type_mask(tree->type)) return nullptr;
-    set_right_constant(sum, bits_of(sum->right, sum->type) & mask);
-    tree->left = simp_node(sum, loop, context);
-    return simp_node(tree, loop, context);
 }
 
 // (a | C1) & C2 -> (a & C2) | (C1 & C2), if C1 & C2 is 0 or a is itself masked
@@ -186,7 +177,6 @@ const RULE rules[] = {
     {"whole", "x & all bits -> x", whole_mask},
     {"aligned_sum", "((x & M) + C) & M -> (x & M) + (C & M)", mask_of_aligned_sum},
     {"settle", "x & M -> x or 0, where x can set nothing outside or inside", settle_mask},
-    {"negative_term", "(x + N) & M -> (x + (N & M)) & M", mask_of_negative_term},
     {"or_constant", "(a | C1) & C2 -> (a & C2) | (C1 & C2)", mask_of_or_constant},
     {"masked_or", "((a & M1) | (b & M2)) & C -> (a & M1 & C) | (b & M2 & C)", mask_of_masked_or},
     {"interval", "x >= lo & x <= hi -> x - lo u<= hi - lo", interval_test},

@@ -37,16 +37,18 @@ TYPE* integer_type_of(TYPE*); // of the operands of a sum of the type: under a p
 NODE* mk_constant(INT65 value, TYPE* type); // of integer_type_of(type)
 // The ICON's value as a node of the type has it, sign-extended from the type's width even if that is unsigned.
 INT65 signed_value(const NODE* icon, TYPE* type);
+// The right operand of a quotient or remainder, an ICON, as a value of the node's type.
+inline INT65 divisor_of(const NODE* tree) { return truncate_to_type(tree->right->u.lval, tree->type); }
 // The operands may be evaluated in the other order: one of them has no effect.
 bool may_swap(const NODE* a, const NODE* b);
 // Congruent trees without effects; large ones count as different, so that the cost is bounded.
 bool same_term(const NODE* a, const NODE* b);
-// The left operand in place of the node; a right operand is erased.
-NODE* take_left(NODE* tree);
 
 // Rules of PLUS and MINUS alike (sum.cpp).
 NODE* common_factor(NODE*, LOOP_RECORD*, CONTEXT*); // x * c +- y * c -> (x +- y) * c
 NODE* like_terms(NODE*, LOOP_RECORD*, CONTEXT*);    // (... x * C1 ...) +- x * C2 -> ... x * (C1 +- C2) ...
+// (x * 2^a) op (y * 2^b) -> ((x * 2^(a - b)) op y) * 2^b, for + - & | ^ (assoc.cpp)
+NODE* common_scale(NODE*, LOOP_RECORD*, CONTEXT*);
 // (x >> n) << k as a mask of one shift (shift.cpp). Takes `shifted`, an SRL of integers of the type's width by an ICON
 // from 1 to the width less 1; k likewise.
 NODE* masked_shift_pair(NODE* shifted, uint32_t k, TYPE* type, LOOP_RECORD*, CONTEXT*);

@@ -18,11 +18,6 @@ namespace {
 constexpr int max_walk = 16;         // links of a chain that one rule looks at
 constexpr int max_lvalue_nodes = 60; // larger targets are left alone
 
-bool is_field(const NODE* lvalue) {
-    return (lvalue->op == STDOT || lvalue->op == STREF) && lvalue->right->mval != nullptr &&
-           lvalue->right->mval->is_bitfield;
-}
-
 // A variable of the function's own frame that fits a register.
 bool is_simple_local(const NODE* lvalue) {
     if (lvalue->op != NAME || lvalue->u.sym == nullptr) return false;
@@ -243,7 +238,7 @@ void bare_target(NODE*& operand, const NODE* other, const NODE* lhs, NODE* value
     TYPE* own = combined_type_for_types(lhs->type, other->type);
     bool low_bits =
         is_low_bits_operator(value->op) && is_modular(value->type) && value->type->size() >= lhs->type->size();
-    if (value->op == SLL || value->op == SRL) own = promoted_type(lhs->type);
+    if (opcode_is_shift(value->op)) own = promoted_type(lhs->type);
     if (!equiv_mtypes(own, value->type)) clear_mark(value);
     if (operand->op == SCONV &&
         (low_bits || (equiv_mtypes(own, value->type) && equiv_mtypes(operand->type, value->type))))

@@ -172,19 +172,13 @@ NODE* lean_left(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (top->scope == nullptr) top->scope = tree->scope;
     // The old top becomes the lowest link: its left operand stays, its right one is the first term of the right chain.
     NODE* lowest = simp_node(remake(tree, op, tree->left, node, type), loop, context);
-    // The links above are done; they are taken up again as long as something new comes up from below.
-    bool news = true;
+    // Each link is taken up again: its term may be like one of the chain that is now below it.
     for (int i = count - 1; i >= 0; i--) {
         NODE* link = links[i];
         link->left = lowest;
         link->type = link->orig_type = type;
         clear_mark(link);
-        if (!news && i > 0) {
-            lowest = link;
-            continue;
-        }
         lowest = simp_node(link, loop, context);
-        news = lowest != link || link->op != op || link->right->op == ICON;
     }
     return lowest;
 }
@@ -244,8 +238,11 @@ NODE* join_constants(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (inner->right->op != ICON || (tree->type->is_ptr() && !fits_beside_pointer(inner->left, tree->type)))
         return nullptr;
     INT65 value = joined(tree->op, inner->right->u.lval, tree->right->u.lval);
-    bool exact = is_exact_mark(tree) && is_exact_mark(inner) && tree->type->is_signed() && inner->type->is_signed() &&
-                 value_fits_in_type(value, tree->type);
+    bool exact = is_exact_mark(tree) && is_exact_mark(inner) && tree->type->is_signed() && inner->type->is_signed();
+    if (exact) { // an unsigned constant counts as what the operator makes of it
+        INT65 first = signed_value(inner->right, inner->type), second = signed_value(tree->right, tree->type);
+        exact = value_fits_in_type(joined(tree->op, first, second), tree->type);
+    }
     tree->left = inner->left;
     erase_node(inner->right);
     erase_node(inner);
@@ -305,43 +302,6 @@ NODE* common_right_shift(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     return simp_node(maketree(SRL, inner, icon, type, scope), loop, context);
 }
 
-// The exponent of x * 2^k or x << k, -1 for anything else.
-int scale_of(const NODE* tree, TYPE* type) {
-    if ((tree->op != MULT && tree->op != SLL) || tree->right->op != ICON || !alike(tree->type, type)) return -1;
-    if (!is_modular(tree->left->type)) return -1;
-    INT65 value = tree->right->u.lval;
-    if (tree->op == MULT) return value > INT65(1) ? power_of_2(value) : -1;
-    if (value < INT65(1) || value >= INT65(type->size()) || !alike(tree->left->type, type)) return -1;
-    return static_cast<int>(value.low);
-}
-
-// (x * 2^a) op (y * 2^b) -> ((x * 2^(a - b)) op y) * 2^b, with b the smaller exponent; the same with shifts
-NODE* common_scale(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
-    TYPE* type = tree->type;
-    if ((tree->op != PLUS && !is_bitwise(tree->op)) || !is_modular(type)) return nullptr;
-    int a = scale_of(tree->left, type), b = scale_of(tree->right, type);
-    if (a < 1 || b < 1) return nullptr;
-    NODE* small = a < b ? tree->left : tree->right;
-    NODE* large = a < b ? tree->right : tree->left;
-    int common = std::min(a, b), rest = std::max(a, b) - common;
-    int outer_op = small->op;
-    NODE* factor = small->right;
-    NODE* bare = small->left;
-    erase_node(small);
-    if (rest == 0) {
-        large = left_as_value(large);
-    } else {
-        INT65 value = large->op == MULT ? INT65(1) << static_cast<unsigned>(rest) : INT65(rest);
-        clear_mark(large);
-        large->right->u.lval = truncate_to_type(value, large->right->type);
-        large = simp_node(large, loop, context);
-    }
-    bare = coerce_to_type(bare, type);
-    LS* scope = tree->scope;
-    NODE* inner = remake(tree, tree->op, a < b ? bare : large, a < b ? large : bare, type);
-    return simp_node(maketree(outer_op, simp_node(inner, loop, context), factor, type, scope), loop, context);
-}
-
 // (a & m) op (b & m) -> (a op b) & m, for | and ^; m may stand on either side
 NODE* common_mask(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (tree->op != ORB && tree->op != XORB) return nullptr;
@@ -367,6 +327,49 @@ NODE* common_mask(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     result->scope = scope;
     return simp_node(result, loop, context);
 }
+
+} // namespace
+
+// The exponent of x * 2^k or x << k, -1 for anything else.
+static int scale_of(const NODE* tree, TYPE* type) {
+    if ((tree->op != MULT && tree->op != SLL) || tree->right->op != ICON || !alike(tree->type, type)) return -1;
+    if (!is_modular(tree->left->type)) return -1;
+    INT65 value = tree->right->u.lval;
+    if (tree->op == MULT) return value > INT65(1) ? power_of_2(value) : -1;
+    if (value < INT65(1) || value >= INT65(type->size()) || !alike(tree->left->type, type)) return -1;
+    return static_cast<int>(value.low);
+}
+
+// (x * 2^a) op (y * 2^b) -> ((x * 2^(a - b)) op y) * 2^b, with b the smaller exponent; the same with shifts. Products
+// of two 16-bit factors are one step of the target and stay.
+NODE* common_scale(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
+    TYPE* type = tree->type;
+    if ((tree->op != PLUS && tree->op != MINUS && !is_bitwise(tree->op)) || !is_modular(type)) return nullptr;
+    int a = scale_of(tree->left, type), b = scale_of(tree->right, type);
+    if (a < 1 || b < 1) return nullptr;
+    if (tree_is_16x16_mpy(tree->left, loop, context) || tree_is_16x16_mpy(tree->right, loop, context)) return nullptr;
+    NODE* small = a < b ? tree->left : tree->right;
+    NODE* large = a < b ? tree->right : tree->left;
+    int common = std::min(a, b), rest = std::max(a, b) - common;
+    int outer_op = small->op;
+    NODE* factor = small->right;
+    NODE* bare = small->left;
+    erase_node(small);
+    if (rest == 0) {
+        large = left_as_value(large);
+    } else {
+        INT65 value = large->op == MULT ? INT65(1) << static_cast<unsigned>(rest) : INT65(rest);
+        clear_mark(large);
+        large->right->u.lval = truncate_to_type(value, large->right->type);
+        large = simp_node(large, loop, context);
+    }
+    bare = coerce_to_type(bare, type);
+    LS* scope = tree->scope;
+    NODE* inner = remake(tree, tree->op, a < b ? bare : large, a < b ? large : bare, type);
+    return simp_node(maketree(outer_op, simp_node(inner, loop, context), factor, type, scope), loop, context);
+}
+
+namespace {
 
 const RULE rules[] = {
     {"leaf_right", "leaf op x -> x op leaf", leaf_to_the_right},

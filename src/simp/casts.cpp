@@ -92,43 +92,16 @@ void cast_return(NODE* tree) {
 NODE* cast_operands(NODE* tree) {
     if (tree->left == nullptr || tree->type == nullptr || tree->left->type == nullptr) return tree;
     if (tree->right != nullptr && tree->right->type == nullptr) return tree;
+    switch (opcode_class(tree->op)) {
+    case CLASS_ARITHMETIC:
+    case CLASS_UNARY: cast_arithmetic(tree); return tree;
+    case CLASS_SHIFT: want(tree->left, tree->type->type_qualified()); return tree;
+    case CLASS_COMPARISON: cast_comparison(tree); return tree;
+    case CLASS_ASG: want(tree->right, tree->left->type->type_qualified()); return tree;
+    case CLASS_OP_ASG: cast_op_assignment(tree); return tree;
+    default: break;
+    }
     switch (tree->op) {
-    case PLUS:
-    case MINUS:
-    case MULT:
-    case DIV:
-    case MOD:
-    case ANDB:
-    case ORB:
-    case XORB:
-    case UMINUS:
-    case NOTB:
-    case ABS:
-    case SQR:
-    case SQRT: cast_arithmetic(tree); break;
-    case SLL:
-    case SRL: want(tree->left, tree->type->type_qualified()); break;
-    case EQ:
-    case NEQ:
-    case LE:
-    case LT:
-    case GE:
-    case GT:
-    case ULE:
-    case ULT:
-    case UGE:
-    case UGT: cast_comparison(tree); break;
-    case ASG: want(tree->right, tree->left->type->type_qualified()); break;
-    case PLUSASG:
-    case MINUSASG:
-    case MULTASG:
-    case DIVASG:
-    case MODASG:
-    case ANDBASG:
-    case ORBASG:
-    case XORBASG:
-    case SLLASG:
-    case SRLASG: cast_op_assignment(tree); break;
     case QUEST: cast_arms(tree); break;
     case CALL: cast_arguments(tree); break;
     case RETURN: cast_return(tree); break;

@@ -2,13 +2,13 @@
 #include "simp/fold.h"
 #include "simp/ranges.h"
 #include "simp/rules.h"
+#include "simp/simp_int.h"
 
 #include "ir/opt_expr.h"
 #include "ir/types.h"
 
 namespace {
 
-bool is_zero_ICON(const NODE* tree) { return tree->op == ICON && tree->u.lval.is_zero(); }
 bool is_power_of_2(INT65 v) { return power_of_2(v) >= 0; }
 
 NODE* int_constant(int value, LS* scope) {
@@ -25,26 +25,13 @@ NODE* keep_right(NODE* tree) {
     return kept;
 }
 
-NODE* keep_left(NODE* tree) {
-    NODE* kept = tree->left;
-    erase_tree(tree->right);
-    erase_node(tree);
-    return kept;
-}
-
-NODE* operand_alone(NODE* tree) {
-    NODE* kept = tree->left;
-    erase_node(tree);
-    return kept;
-}
-
 // -------------------------------------------------------------------------------------------- rules of control values
 
 // x != 0  ->  x, unless x is wider than int
 NODE* test_of_zero(NODE* tree, LOOP_RECORD*, CONTEXT*) {
     if (tree->op != NEQ || !is_zero_ICON(tree->right)) return nullptr;
     if (combined_type(tree->left, tree->right)->size() > tree->type->size()) return nullptr;
-    return keep_left(tree);
+    return take_left(tree);
 }
 
 // (T)x  ->  x, where no bit is lost; a pointer made of a constant or of a pointer  ->  that
@@ -57,7 +44,7 @@ NODE* conversion(NODE* tree, LOOP_RECORD*, CONTEXT*) {
         if (operand->op != ICON && !operand->type->is_ptr()) return nullptr;
     } else
         return nullptr;
-    return operand_alone(tree);
+    return take_left(tree);
 }
 
 bool contains_address_of_object(const NODE* pointer) {
@@ -167,7 +154,7 @@ bool is_int_sized(const NODE* tree) { return tree->type->is_int() || tree->type-
 NODE* sign_change(NODE* tree, LOOP_RECORD*, CONTEXT*) {
     if ((tree->op != UMINUS && tree->op != ABS) || !is_int_sized(tree)) return nullptr;
     if (tree->left->type->size() > tree->type->size()) return nullptr;
-    return operand_alone(tree);
+    return take_left(tree);
 }
 
 // a - b, a ^ b  ->  a != b
@@ -299,7 +286,7 @@ NODE* make_boolean(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 
 NODE* invert_boolean_tree(NODE* tree) {
     if (tree->op == EQ && is_zero_ICON(tree->right) && returns_1_or_0(tree->left))
-        return coerce_to_type(keep_left(tree), tp->int_type());
+        return coerce_to_type(take_left(tree), tp->int_type());
     if (tree_is_trivially_invertible(tree)) {
         tree->op = boolean_inv[tree->op];
         return tree;
@@ -308,7 +295,7 @@ NODE* invert_boolean_tree(NODE* tree) {
 }
 
 NODE* simp_EXCLAIM(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
-    return simp_node(invert_boolean_tree(operand_alone(tree)), loop, context);
+    return simp_node(invert_boolean_tree(take_left(tree)), loop, context);
 }
 
 bool find_or_make_safe_for_ANDB(NODE*& tree, bool may_make) {
@@ -445,11 +432,13 @@ NODE* join_ANDAND(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
             return nullptr;
     }
     forget_exactness(tree->right);
+    tree->right = simp_tree(tree->right, loop, context);
     NODE* operand[2] = {coerce_to_type(tree->left, type), coerce_to_type(tree->right, type)};
     int low = bit[0] < bit[1] ? bit[0] : bit[1];
     for (int i = 0; i < 2; i++)
         if (bit[i] > low)
-            operand[i] = simp_node(maketree(SRL, operand[i], mk_ICON(bit[i] - low, tp->int_type()), type), loop, context);
+            operand[i] =
+                simp_node(maketree(SRL, operand[i], mk_ICON(bit[i] - low, tp->int_type()), type), loop, context);
     NODE* result = simp_node(remake(tree, ANDB, operand[0], operand[1], type), loop, context);
     return low == 0 ? coerce_to_type(result, tp->int_type()) : int_boolean(result, loop, context);
 }
@@ -468,6 +457,7 @@ NODE* without_branch(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
         return result;
     }
     forget_exactness(b);
+    tree->right = simp_tree(b, loop, context); // some rules find less now
     return join_OROR(tree, loop, context);
 }
 
@@ -496,7 +486,7 @@ NODE* and_left_constant(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 // a && 0  ->  a, 0     a && 1  ->  a != 0
 NODE* and_right_constant(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (tree->right->op != ICON) return nullptr;
-    if (!tree->right->u.lval.is_zero()) return int_boolean(keep_left(tree), loop, context);
+    if (!tree->right->u.lval.is_zero()) return int_boolean(take_left(tree), loop, context);
     tree->right->type = tp->int_type();
     return simp_node(remake(tree, COMMAOP, tree->left, tree->right, tp->int_type()), loop, context);
 }
@@ -504,7 +494,7 @@ NODE* and_right_constant(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 // a && a, a || a  ->  a != 0
 NODE* same_operands(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!trees_are_congruent(tree->left, tree->right)) return nullptr;
-    return int_boolean(keep_left(tree), loop, context);
+    return int_boolean(take_left(tree), loop, context);
 }
 
 bool is_test_for_zero(const NODE* tree) { return tree->op == EQ && is_zero_ICON(tree->right); }
@@ -512,8 +502,8 @@ bool is_test_for_zero(const NODE* tree) { return tree->op == EQ && is_zero_ICON(
 // (a == 0) op (b == 0)  ->  (a opposite b) == 0
 NODE* pull_out_negation(NODE* tree, int opposite, LOOP_RECORD* loop, CONTEXT* context) {
     LS* scope = tree->scope;
-    NODE* a = keep_left(tree->left);
-    NODE* b = keep_left(tree->right);
+    NODE* a = take_left(tree->left);
+    NODE* b = take_left(tree->right);
     NODE* inner = simp_node(remake(tree, opposite, a, b, tp->int_type()), loop, context);
     return simp_node(maketree(EQ, inner, mk_ICON(0, tp->int_type()), tp->int_type(), scope), loop, context);
 }
@@ -545,7 +535,7 @@ NODE* or_left_constant(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 // a || 1  ->  a, 1     a || 0  ->  a != 0
 NODE* or_right_constant(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (tree->right->op != ICON) return nullptr;
-    if (tree->right->u.lval.is_zero()) return int_boolean(keep_left(tree), loop, context);
+    if (tree->right->u.lval.is_zero()) return int_boolean(take_left(tree), loop, context);
     tree->right->type = tp->int_type();
     tree->right->u.lval = INT65(1);
     return simp_node(remake(tree, COMMAOP, tree->left, tree->right, tp->int_type()), loop, context);
@@ -564,7 +554,7 @@ NODE* one_bit_apart(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     INT65 bit = (c1 ^ c2) & type_mask(type);
     if (!is_power_of_2(bit) || !trees_are_congruent(first->left, second->left)) return nullptr;
     LS* scope = tree->scope;
-    NODE* x = keep_left(first);
+    NODE* x = take_left(first);
     erase_tree(second);
     erase_node(tree);
     NODE* masked = simp_node(maketree(ANDB, x, mk_ICON(~bit, type), type, scope), loop, context);
@@ -576,12 +566,11 @@ NODE* zero_or_above(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     NODE *first = tree->left, *second = tree->right;
     if (!is_test_for_zero(first) || second->op != UGT || second->right->op != ICON) return nullptr;
     TYPE* type = combined_type(second->left, second->right);
-    if (!type->is_unsigned() || !first->left->type->is_unsigned() ||
-        !trees_are_congruent(first->left, second->left))
+    if (!type->is_unsigned() || !first->left->type->is_unsigned() || !trees_are_congruent(first->left, second->left))
         return nullptr;
     LS* scope = tree->scope;
     NODE* bound = mk_ICON(second->right->u.lval, type);
-    NODE* x = coerce_to_type(keep_left(first), type);
+    NODE* x = coerce_to_type(take_left(first), type);
     erase_tree(second);
     erase_node(tree);
     NODE* less_one = simp_node(maketree(MINUS, x, mk_ICON(1, type), type, scope), loop, context);

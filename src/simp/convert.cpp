@@ -7,10 +7,13 @@
 #include "ir/opt_expr.h"
 #include "ir/types.h"
 
-namespace {
-
-// One type to the optimizer, qualifiers aside.
 bool same_type(TYPE* a, TYPE* b) { return a == b || compatible_types(a->type_qualified(), b->type_qualified(), false); }
+
+bool is_field(const NODE* tree) {
+    return (tree->op == STDOT || tree->op == STREF) && tree->right->mval != nullptr && tree->right->mval->is_bitfield;
+}
+
+namespace {
 
 bool is_integer_or_pointer(TYPE* type) { return is_integer_like(type) || type->is_ptr(); }
 
@@ -32,10 +35,6 @@ bool type_holds_values(TYPE* outer, TYPE* inner) {
     if (!is_integer_or_pointer(outer)) return false;
     LIMITS to = limits_of(outer);
     return to.low <= from.low && from.high <= to.high;
-}
-
-bool is_field(const NODE* tree) {
-    return (tree->op == STDOT || tree->op == STREF) && tree->right->mval != nullptr && tree->right->mval->is_bitfield;
 }
 
 NODE* mk_zero(TYPE* type) {
@@ -278,17 +277,7 @@ bool yields_bit(const NODE* tree, int depth) {
             if (is_field(tree->left) && tree->left->right->mval->bit_size == 1) return false; // holds 0 and -1
             tree = tree->right;
             break;
-        case PLUSASG:
-        case MINUSASG:
-        case MULTASG:
-        case ANDBASG:
-        case ORBASG:
-        case XORBASG:
-        case DIVASG:
-        case MODASG:
-        case SLLASG:
-        case SRLASG: return tree->type->is_bool() || is_one_unsigned_bit(tree->left);
-        default: return false;
+        default: return opcode_is_op_assignment(tree->op) && (tree->type->is_bool() || is_one_unsigned_bit(tree->left));
         }
     }
 }

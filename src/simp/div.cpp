@@ -26,8 +26,6 @@ bool is_exact_negation(NODE* node, LOOP_RECORD* loop, CONTEXT* context) {
     return node->op == UMINUS && alike(node->left->type, node->type) && result_is_exact(node, loop, context);
 }
 
-INT65 divisor_of(const NODE* tree) { return truncate_to_type(tree->right->u.lval, tree->type); }
-
 // ----------------------------------------------------------------------------------------------------------- floats
 
 // x / C -> x * (1 / C). Where results must be those of the source, only if 1 / C is exact: the product is then the
@@ -78,7 +76,7 @@ NODE* equal_operands(NODE* tree, LOOP_RECORD*, CONTEXT*) {
 
 // 0 / x -> 0
 NODE* zero_divided(NODE* tree, LOOP_RECORD*, CONTEXT*) {
-    if (tree->left->op != ICON || !tree->left->u.lval.is_zero()) return nullptr;
+    if (!is_zero_ICON(tree->left)) return nullptr;
     return simp_subst_icon(tree, 0, tree->type);
 }
 

@@ -65,7 +65,6 @@ bool hoists_from_operands(const NODE* tree) {
     }
 }
 
-
 // The constant that an assignment of an ICON leaves as its value, as a tree of the assignment's type; null if the
 // tree is no such assignment, or a bit-field takes less than the constant.
 NODE* value_of_constant_assignment(const NODE* tree) {
@@ -80,8 +79,8 @@ NODE* value_of_constant_assignment(const NODE* tree) {
 
 // Whether `first` may be evaluated behind `effect` instead of in front of it.
 bool may_come_later(NODE* first, const NODE* effect) {
-    constexpr int limit = 60; // nodes of `first` looked at
-    if (!tree_is_pure(first, limit)) return false;
+    constexpr int limit = 60, effect_limit = 500; // nodes of each that are looked at
+    if (!tree_is_pure(first, limit) || count_nodes_in_tree(effect, effect_limit) == effect_limit) return false;
     bool safe = true;
     walk_tree_top_down(first, [&](NODE* node) {
         switch (node->op) {
@@ -99,13 +98,11 @@ bool may_come_later(NODE* first, const NODE* effect) {
     return safe;
 }
 
-bool is_assignment_or_increment(int op) { return opcode_is_ASG(op) || op == PLUSPLUS || op == MINMIN; }
-
 // op((a, b), c)  ->  a, op(b, c)
 // op(x = C, c)   ->  x = C, op(C, c)      and the same on the right, when the left operand may be evaluated later
 // Assignments evaluate their right side first, calls their arguments; all others the left operand first.
 NODE* hoist_effect(NODE* tree) {
-    bool right_first = is_assignment_or_increment(tree->op) || tree->op == CALL;
+    bool right_first = opcode_is_store(tree->op) || tree->op == CALL;
     auto hoist = [&](NODE*& operand, NODE* other, bool operand_is_first) -> NODE* {
         if (operand == nullptr) return nullptr;
         bool comma = operand->op == COMMAOP;
@@ -122,7 +119,8 @@ NODE* hoist_effect(NODE* tree) {
     };
     NODE* top = hoist(tree->left, tree->right, !right_first || tree->right == nullptr);
     bool constants_hoist = tree->op != ASG && tree->op != INITLOOP;
-    if (top == nullptr && tree->right != nullptr && (constants_hoist || tree->right->op == COMMAOP) && tree->op != QUEST)
+    if (top == nullptr && tree->right != nullptr && (constants_hoist || tree->right->op == COMMAOP) &&
+        tree->op != QUEST)
         top = hoist(tree->right, tree->left, right_first);
     return top;
 }
@@ -179,48 +177,30 @@ NODE* simp_STASG(NODE* tree) {
 // ------------------------------------------------------------------------------------------------------- dispatch
 
 NODE* dispatch(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
+    switch (opcode_class(tree->op)) {
+    case CLASS_SHIFT: return simp_shift(tree, loop, context);
+    case CLASS_UNARY: return simp_unary(tree, loop, context);
+    case CLASS_COMPARISON: return simp_relop(tree, loop, context);
+    case CLASS_OP_ASG: return simp_opASG(tree, loop, context);
+    case CLASS_CALL:
+    case CLASS_BUILTIN: return simp_call(tree, loop, context);
+    default: break;
+    }
     switch (tree->op) {
     case PLUS: return simp_PLUS(tree, loop, context);
     case MINUS: return simp_MINUS(tree, loop, context);
     case MULT: return simp_MULT(tree, loop, context);
     case DIV: return simp_DIV(tree, 0, loop, context);
     case MOD: return simp_MOD(tree, loop, context);
-    case SLL:
-    case SRL: return simp_shift(tree, loop, context);
-    case UMINUS:
-    case ABS:
-    case NOTB:
-    case SQRT:
-    case SQR: return simp_unary(tree, loop, context);
     case ANDB: return simp_ANDB(tree, loop, context);
     case ORB: return simp_ORB(tree, loop, context);
     case XORB: return simp_XORB(tree, loop, context);
     case ANDAND: return simp_ANDAND(tree, loop, context);
     case OROR: return simp_OROR(tree, loop, context);
     case EXCLAIM: return simp_EXCLAIM(tree, loop, context);
-    case EQ:
-    case NEQ:
-    case LE:
-    case LT:
-    case GE:
-    case GT:
-    case ULE:
-    case ULT:
-    case UGE:
-    case UGT: return simp_relop(tree, loop, context);
     case QUEST: return simp_QUEST(tree, loop, context);
     case COMMAOP: return simp_COMMAOP(tree, loop, context);
     case ASG: return simp_ASG(tree, loop, context);
-    case PLUSASG:
-    case MINUSASG:
-    case MULTASG:
-    case ANDBASG:
-    case ORBASG:
-    case XORBASG:
-    case DIVASG:
-    case MODASG:
-    case SLLASG:
-    case SRLASG: return simp_opASG(tree, loop, context);
     case STASG: return simp_STASG(tree);
     case SCONV: return simp_SCONV(tree, loop, context);
     case PCONV: return simp_PCONV(tree, loop, context);
@@ -232,12 +212,6 @@ NODE* dispatch(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     case UMULT: return simp_UMULT(tree, loop, context);
     case STDOT: return simp_STDOT(tree, loop, context);
     case STREF: return simp_STREF(tree, loop, context);
-    case CALL:
-    case UCALL:
-    case ICALL:
-    case UICALL:
-    case MCALL:
-    case UMCALL: return simp_call(tree, loop, context);
     case MEMCPY: return simp_MEMCPY(tree, loop, context);
     case EXPT: return simp_EXPT(tree, loop, context);
     case COMPLEX:

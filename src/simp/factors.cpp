@@ -5,12 +5,14 @@
 #include "simp/fold.h"
 #include "simp/givens.h"
 #include "simp/ranges.h"
+#include "simp/value_walk.h"
 
 #include "ir/opt_expr.h"
 #include "ir/types.h"
 
 #include <algorithm>
 #include <bit>
+#include <vector>
 
 namespace {
 
@@ -67,7 +69,77 @@ class FACTOR_WALK {
         return common_multiple(f, magnitude(max_asserted_ICON_factor(tree, loop_)));
     }
 
+    // The factor of a sum taken apart into constants times terms, where terms that are alike, and constants, have
+    // joined: (x + 1) * 6 + (x + 5) * 2 is 8 * x + 16. 1 if nothing joins: then the structure gives as much.
+    uint64_t expanded(NODE* sum) {
+        terms_.clear();
+        constant_ = 0, constants_ = 0, joined_ = false, exact_ = true;
+        if (!expand(sum, 1, sum->type, 0) || !(joined_ || constants_ > 1)) return 1;
+        WIDE constant = constant_ < 0 ? -constant_ : constant_;
+        uint64_t f = limited(static_cast<uint64_t>(constant));
+        for (const TERM& term : terms_) {
+            WIDE coef = term.coef < 0 ? -term.coef : term.coef;
+            if (coef != 0) f = gcd(f, product(limited(static_cast<uint64_t>(coef)), operand(term.tree, sum->type, 0)));
+        }
+        return exact_ ? f : cut(f, sum->type);
+    }
+
   private:
+    using WIDE = INT65::wide;
+    struct TERM {
+        NODE* tree;
+        WIDE coef;
+    };
+    static constexpr size_t max_terms = 8;
+    static constexpr WIDE max_coef = WIDE{1} << 62;
+
+    static bool add(WIDE& to, WIDE v) {
+        to += v;
+        return to <= max_coef && to >= -max_coef;
+    }
+
+    // Adds coef * tree to the terms. False if that grows too large or too deep.
+    bool expand(NODE* tree, WIDE coef, TYPE* type, int depth) {
+        if (--nodes_left_ < 0) return false;
+        if (tree->op == ICON) {
+            WIDE v = truncate_to_type(truncate_to_type(tree->u.lval, tree->type), type).to_wide(), p;
+            constants_++;
+            return !__builtin_mul_overflow(v, coef, &p) && p <= max_coef && p >= -max_coef && add(constant_, p);
+        }
+        bool shift = tree->op == SLL;
+        bool scaled = (tree->op == MULT || shift) && tree->right->op == ICON;
+        bool linear = scaled || tree->op == PLUS || tree->op == MINUS || tree->op == UMINUS;
+        if (!linear || depth >= max_factor_depth || !equiv_mtypes(tree->type, type)) return add_term(tree, coef);
+        if (!equiv_mtypes(tree->left->type, type) && tree->left->op != ICON && scaled) return add_term(tree, coef);
+        if (scaled) {
+            INT65 c = truncate_to_type(tree->right->u.lval, shift ? tree->right->type : type);
+            if (shift) {
+                if (c.is_negative() || c >= INT65(std::min(type->size(), 62u))) return add_term(tree, coef);
+                c = INT65(1) << c.low;
+            }
+            WIDE p;
+            if (__builtin_mul_overflow(c.to_wide(), coef, &p) || p > max_coef || p < -max_coef) return false;
+            if (exact_)
+                exact_ = shift ? !expr_product_may_overflow(tree, loop_) : result_is_exact(tree, loop_, nullptr);
+            return expand(tree->left, p, type, depth + 1);
+        }
+        if (exact_) exact_ = result_is_exact(tree, loop_, nullptr);
+        if (tree->op == UMINUS) return expand(tree->left, -coef, type, depth + 1);
+        return expand(tree->left, coef, type, depth + 1) &&
+               expand(tree->right, tree->op == PLUS ? coef : -coef, type, depth + 1);
+    }
+
+    bool add_term(NODE* tree, WIDE coef) {
+        for (TERM& term : terms_)
+            if (trees_are_congruent(term.tree, tree)) {
+                joined_ = true;
+                return add(term.coef, coef);
+            }
+        if (terms_.size() == max_terms) return false;
+        terms_.push_back({tree, coef});
+        return true;
+    }
+
     // Of an operand as the node sees it.
     uint64_t operand(NODE* tree, TYPE* type, int depth) {
         if (tree == nullptr || !is_integer_like(tree->type)) return 1;
@@ -115,19 +187,29 @@ class FACTOR_WALK {
             if (b == nullptr || b->op != COLON || b->left == nullptr || b->right == nullptr) return 1;
             return gcd(operand(b->left, type, depth), operand(b->right, type, depth));
         case COMMAOP: return operand(b, type, depth);
-        case SCONV:
-        case IDENTITY:
-        case OUIALIGN:
-        case NONALIGN:
-        case SSA_USE:
-        case SSA_DEF: return operand(a, type, depth);
-        default: return 1;
+        default: return gives_left_operand(tree->op) ? operand(a, type, depth) : 1;
         }
     }
 
     LOOP_RECORD* loop_;
     int nodes_left_ = max_factor_nodes;
+    std::vector<TERM> terms_; // of expanded()
+    WIDE constant_ = 0;
+    int constants_ = 0;
+    bool joined_ = false, exact_ = true;
 };
+
+// A sum under which there is another one, so that taking it apart may join terms.
+bool has_inner_sum(const NODE* tree) {
+    auto is_sum = [](const NODE* n) { return n->op == PLUS || n->op == MINUS; };
+    if (!is_sum(tree)) return false;
+    for (const NODE* n : {tree->left, tree->right}) {
+        for (int depth = 0; depth < max_factor_depth && (n->op == MULT || n->op == SLL || n->op == UMINUS); depth++)
+            n = n->left;
+        if (is_sum(n)) return true;
+    }
+    return false;
+}
 
 INT65 as_constant(uint64_t f) { return INT65(static_cast<unsigned long long>(f)); }
 
@@ -184,6 +266,7 @@ INT65 max_ICON_factor(NODE* tree, LOOP_RECORD* loop, CONTEXT*, int) {
     if (!is_integer_like(tree->type)) return INT65(1);
     uint64_t f = FACTOR_WALK(loop).factor(tree, 0);
     if (f == 0 || tree->left == nullptr) return as_constant(f);
+    if (has_inner_sum(tree)) f = common_multiple(f, FACTOR_WALK(loop).expanded(tree));
     uint64_t bits = find_known_zeros(tree, tree->type).bits64();
     return as_constant(common_multiple(f, bits == 0 ? 0 : cut(bits, tree->type)));
 }
@@ -239,13 +322,15 @@ bool constant_divides_expr(INT65 c, TYPE*, NODE* tree, LOOP_RECORD* loop) {
 
 bool expr_cannot_divide_expr(NODE* divisor, NODE* tree, LOOP_RECORD* loop) {
     if (!is_integer_like(divisor->type) || !is_integer_like(tree->type)) return false;
-    if (divisor->op == ICON) {
-        INT65 c = divisor->u.lval.is_negative() ? -divisor->u.lval : divisor->u.lval;
-        return !c.is_zero() && residue(tree, c, loop, 0) > INT65(0);
-    }
-    // An even number divides no odd one.
-    return (find_known_zeros(divisor, divisor->type) & INT65(1)).is_zero() &&
-           !(find_known_ones(tree, tree->type) & INT65(1)).is_zero();
+    // What divides the divisor would divide the tree.
+    INT65 f = max_ICON_factor(divisor, loop);
+    if (f > INT65(1) && residue(tree, f, loop, 0) > INT65(0)) return true;
+    bool even = (find_known_zeros(divisor, divisor->type) & INT65(1)).is_zero();
+    if (even && !(find_known_ones(tree, tree->type) & INT65(1)).is_zero()) return true;
+    // A smaller number that is not zero.
+    VALUE_RANGE d = calculate_range_for_tree(divisor, loop), t = calculate_range_for_tree(tree, loop);
+    INT65 least = d.low > INT65(0) ? d.low : -d.high; // not positive if the divisor may be zero
+    return t.high < least && -t.low < least && tree_is_non_zero(tree, loop);
 }
 
 int expr_modulo_constant(NODE* tree, TYPE*, INT65 modulus, LOOP_RECORD* loop) {

@@ -30,8 +30,6 @@ namespace {
 // What the operator table says of a node.
 enum FOLDING { FOLDED, STAYS };
 
-bool is_comparison(int op) { return op >= EQ && op <= UGT; }
-
 INT65 relation(int op, INT65 a, INT65 b, TYPE* type) {
     if (op >= ULE) {
         a = a & type_mask(type);
@@ -93,13 +91,13 @@ NODE* fold_integer_node(NODE* tree) {
     const NODE* left = tree->left;
     const NODE* right = tree->right;
     if (tree->op == EXCLAIM) return become_ICON(tree, left->u.lval.is_zero(), tp->int_type());
-    if (is_comparison(tree->op)) {
+    if (opcode_is_comparison(tree->op)) {
         TYPE* type = value_type(combined_type_for_types(left->type, right->type));
         return become_ICON(tree, relation(tree->op, icon_as(left, type), icon_as(right, type), type), tp->int_type());
     }
     if (tree->type == nullptr || !is_integer_like(tree->type)) return nullptr;
     TYPE* type = value_type(tree->type);
-    bool is_shift = tree->op == SLL || tree->op == SRL;
+    bool is_shift = opcode_is_shift(tree->op);
     INT65 a = icon_as(left, type), result;
     INT65 b = right == nullptr ? INT65() : is_shift ? right->u.lval : icon_as(right, type);
     return evaluate(tree->op, a, b, type, result) == FOLDED ? become_ICON(tree, result, type) : nullptr;

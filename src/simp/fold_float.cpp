@@ -102,7 +102,7 @@ NODE* fold_to_integer(NODE* tree) {
 
 NODE* fold_float_node(NODE* tree) {
     fp_error = 0;
-    if ((tree->op >= EQ && tree->op <= UGT) || tree->op == EXCLAIM) return fold_comparison(tree);
+    if (opcode_is_comparison(tree->op) || tree->op == EXCLAIM) return fold_comparison(tree);
     if (tree->type == nullptr || !tree->type->is_fltpt())
         return tree->type != nullptr ? fold_to_integer(tree) : nullptr;
     TYPE* type = tree->type->type_qualified();

@@ -3,6 +3,7 @@
 // One walk finds both, as sets within the width of each node. What the walk does not look into may have any bit set.
 #include "simp/givens.h"
 #include "simp/ranges.h"
+#include "simp/value_walk.h"
 
 #include "ir/opt_expr.h"
 #include "ir/types.h"
@@ -175,13 +176,12 @@ class BITS_WALK {
         if (tree->op == ASG) {
             b = operand(tree->right, target->type, depth);
         } else {
-            int op = op_of_opASG[tree->op];
-            bool is_shift = op == SLL || op == SRL;
-            TYPE* type = is_shift ? promoted_type(target->type) : combined_type(target, tree->right);
+            ASSIGNED_OPERATION computed(tree);
+            TYPE* type = computed.type;
             if (!is_integer_like(type)) return any_result(tree->type);
             BITS old = converted(stored(target, anything(target->type)), target->type, type);
-            b = is_shift ? shift(op, old, tree->right, type)
-                         : operation(op, old, operand(tree->right, type, depth), type);
+            b = computed.shift ? shift(computed.op, old, tree->right, type)
+                               : operation(computed.op, old, operand(tree->right, type, depth), type);
             b = converted(b, type, target->type);
         }
         return converted(stored(target, b), target->type, tree->type);
@@ -224,19 +224,13 @@ class BITS_WALK {
             return {a.ones & b.ones, a.maybe | b.maybe};
         }
         case COMMAOP: return operand(tree->right, type, depth);
-        case SCONV:
-        case ISP2CHAR:
-        case IDENTITY:
-        case OUIALIGN:
-        case NONALIGN:
-        case DDNODE:
-        case SSA_USE:
-        case SSA_DEF: return operand(tree->left, type, depth);
+        case ISP2CHAR: return operand(tree->left, type, depth);
         case PLUSPLUS:
         case MINMIN: // the value before the step
             if (!is_integer_like(tree->left->type)) return any_result(type);
             return converted(stored(tree->left, anything(tree->left->type)), tree->left->type, type);
         default:
+            if (gives_left_operand(tree->op)) return operand(tree->left, type, depth);
             if (tree->op == ASG || (op_of_opASG[tree->op & 255] != ILLOP && tree->left != nullptr))
                 return assignment(tree, depth);
             return any_result(type);

@@ -242,6 +242,9 @@ NODE* PROPAGATION::bitwise(NODE* tree, INT65 mask) {
     if (icon == nullptr || tree->op != ANDB)
         if (NODE* result = narrowed(tree, mask)) return result;
     SETTING inside(inside_logical_operator, true);
+    // What is below an ANDB's mask is settled by the ANDB's own rule: an ORB's constant there is chosen as that rule
+    // does, or the two would undo each other.
+    SETTING only_or(below_or_, below_or_ && !(tree->op == ANDB && icon != nullptr));
     INT65 for_left = mask;
     if (icon != nullptr && tree->op == ANDB) {
         // The ANDB's own rule settles the bits that do not matter to it: compare with what it would leave.

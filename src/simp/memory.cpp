@@ -15,12 +15,6 @@ namespace {
 
 constexpr int unit_bits = 16;
 
-bool same_type(TYPE* a, TYPE* b) { return a == b || compatible_types(a->type_qualified(), b->type_qualified(), false); }
-
-bool is_lvalue(const NODE* tree) {
-    return tree->op == NAME || tree->op == UMULT || tree->op == STDOT || tree->op == STREF;
-}
-
 // The member's place behind its struct's address, in units.
 INT65 offset_of(const NODE* field) { return field->mval->bit_offset / unit_bits; }
 
@@ -115,7 +109,7 @@ NODE* access_of_object(NODE* tree, LOOP_RECORD*, CONTEXT*) {
     if (trees_are_normalized || tree->right != nullptr || (address->op != UAND && address->op != ARGREF))
         return nullptr;
     NODE* object = address->left;
-    if (!is_lvalue(object) || object->type->is_func() || tree->type->is_func()) return nullptr;
+    if (!opcode_is_lvalue(object->op) || object->type->is_func() || tree->type->is_func()) return nullptr;
     bool of_node = same_type(object->type, tree->type);
     bool of_symbol = object->op == NAME && object->u.sym != nullptr && same_type(object->u.sym->type, tree->type);
     if ((!of_node && !of_symbol) || (tree->type->is_volatile() && !object->type->is_volatile())) return nullptr;
@@ -210,7 +204,7 @@ NODE* member_of_assignment(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
         return mk_COMMAOP(assignment, simp_node(tree, loop, context));
     }
     TYPE* type = tp->mk_ptr(target->type);
-    SYMTAB* temp = is_lvalue(target) && tree_is_pure(target) ? mk_temp(type, tree->scope) : nullptr;
+    SYMTAB* temp = opcode_is_lvalue(target->op) && tree_is_pure(target) ? mk_temp(type, tree->scope) : nullptr;
     if (temp == nullptr) return nullptr;
     currfuninfo->has_local_address = true; // the target may be a local
     NODE* take = simp_node(mk_ASG(mk_NAME(temp), mk_UAND(target, type)), loop, context);
@@ -241,7 +235,7 @@ NODE* mk_member(NODE* tree, NODE* object, LOOP_RECORD* loop, CONTEXT* context) {
 // (&s)->m -> s.m
 NODE* arrow_of_object(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     NODE* address = tree->left;
-    if (address->op != UAND || !is_lvalue(address->left) || !address->type->is_ptr()) return nullptr;
+    if (address->op != UAND || !opcode_is_lvalue(address->left->op) || !address->type->is_ptr()) return nullptr;
     NODE* object = address->left;
     if (!object->type->is_csu() || !same_type(object->type, address->type->type_pointed_to()->normalized()))
         return nullptr;

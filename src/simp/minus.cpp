@@ -159,6 +159,7 @@ const RULE rules[] = {
     {"minus_sum_with_same_term", "a - (a + c) -> -c", minus_sum_with_same_term},
     {"like_terms", "(... x * C1 ...) - x * C2 -> ... x * (C1 - C2) ...", like_terms},
     {"common_factor", "x * c - y * c -> (x - y) * c", common_factor},
+    {"common_scale", "(x * 2^a) - (y * 2^b) -> ((x * 2^(a - b)) - y) * 2^b", common_scale},
     {"two_subtractions", "(a - b) - c -> a - (b + c)", two_subtractions},
     {"minus_difference", "a - (b - c) -> (a + c) - b", minus_difference},
     {"from_minus_one", "-1 - x -> ~x", from_minus_one},

@@ -9,8 +9,6 @@
 
 namespace {
 
-INT65 divisor_of(const NODE* tree) { return truncate_to_type(tree->right->u.lval, tree->type); }
-
 INT65 magnitude(INT65 value) { return value.is_negative() ? -value : value; }
 
 // The operands take the type of the remainder, so that the rules need not look at conversions.
@@ -33,7 +31,7 @@ NODE* equal_operands(NODE* tree, LOOP_RECORD*, CONTEXT*) {
 
 // 0 % x -> 0
 NODE* zero_divided(NODE* tree, LOOP_RECORD*, CONTEXT*) {
-    if (tree->left->op != ICON || !tree->left->u.lval.is_zero()) return nullptr;
+    if (!is_zero_ICON(tree->left)) return nullptr;
     return simp_subst_icon(tree, 0, tree->type);
 }
 

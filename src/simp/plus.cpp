@@ -127,14 +127,13 @@ NODE* added_to_difference(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     return simp_node(remake(tree, PLUS, rest, c, tree->type), loop, context);
 }
 
-// p + (int)i -> p + i for an unsigned i of the width of a pointer. A wider one keeps its conversion: it says that only
-// the low bits count.
+// p + (int)i -> p + i for an integer i at least as wide as a pointer: the sum takes its low bits anyway
 NODE* converted_index(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!tree->type->is_ptr()) return nullptr;
     for (NODE** operand : {&tree->left, &tree->right}) {
         NODE* index = *operand;
         uint32_t width = tree->type->size();
-        if (!is_modular_node(index, SCONV, width) || index->left->type->size() != width) continue;
+        if (!is_modular_node(index, SCONV, width) || index->left->type->size() < width) continue;
         *operand = take_left(index);
         return simp_node(tree, loop, context);
     }

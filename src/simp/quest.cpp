@@ -121,7 +121,7 @@ NODE* min_max(NODE* tree, LOOP_RECORD*, CONTEXT*) {
     if (target_has_builtin == nullptr) return nullptr;
     CHOICE q(tree);
     int op = q.condition->op;
-    bool is_unsigned = op >= ULE && op <= UGT;
+    bool is_unsigned = opcode_is_unsigned_comparison(op);
     if (op < LE || op > UGT) return nullptr;
     bool less = op == LE || op == LT || op == ULE || op == ULT;
     NODE *x = q.condition->left, *y = q.condition->right;
@@ -163,23 +163,17 @@ NODE* clamp_at_zero(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 // ------------------------------------------------------------------------------------- one operator in both arms
 
 bool moves_out(int op) {
-    switch (op) {
-    case PLUS:
-    case MINUS:
-    case MULT:
-    case DIV:
-    case MOD:
-    case ANDB:
-    case ORB:
-    case XORB:
-    case SLL:
-    case SRL:
-    case ASG: return true;
-    default: return (op >= EQ && op <= UGT) || op_of_opASG[op & 255] != ILLOP;
+    switch (opcode_class(op)) {
+    case CLASS_ARITHMETIC:
+    case CLASS_SHIFT:
+    case CLASS_COMPARISON:
+    case CLASS_ASG:
+    case CLASS_OP_ASG: return true;
+    default: return false;
     }
 }
 
-bool is_assignment(int op) { return op == ASG || op_of_opASG[op & 255] != ILLOP; }
+bool is_assignment(int op) { return op == ASG || opcode_is_op_assignment(op); }
 
 // c ? y : z on two operands that are gone from the choice's arms; the choice itself is used up.
 NODE* choose_operand(NODE* tree, NODE* y, NODE* z, LOOP_RECORD* loop, CONTEXT* context) {

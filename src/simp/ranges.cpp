@@ -5,6 +5,8 @@
 // the node holds it, after wrap-around.
 #include "simp/ranges.h"
 #include "simp/givens.h"
+#include "simp/simp_int.h"
+#include "simp/value_walk.h"
 
 #include "ir/opt_expr.h"
 #include "ir/types.h"
@@ -279,12 +281,11 @@ class RANGE_WALK {
         if (tree->op == ASG) {
             s = operand(tree->right, target->type, depth);
         } else {
-            int op = op_of_opASG[tree->op];
-            bool shift = op == SLL || op == SRL;
-            TYPE* type = shift ? promoted_type(target->type) : combined_type(target, tree->right);
+            ASSIGNED_OPERATION computed(tree);
+            TYPE* type = computed.type;
             if (!is_integer_like(type)) return converted(stored_limits(target), tree->type);
-            SPAN count = shift ? operand(tree->right, tree->right->type, depth) : operand(tree->right, type, depth);
-            s = converted(operation(op, converted(stored_limits(target), type), count, type), target->type);
+            SPAN by = operand(tree->right, computed.shift ? tree->right->type : type, depth);
+            s = converted(operation(computed.op, converted(stored_limits(target), type), by, type), target->type);
         }
         SPAN limits = stored_limits(target);
         return converted(within(s, limits) ? s : limits, tree->type);
@@ -337,18 +338,12 @@ class RANGE_WALK {
             return hull(operand(arms->left, type, depth), operand(arms->right, type, depth));
         }
         case COMMAOP: return operand(tree->right, type, depth);
-        case SCONV:
-        case IDENTITY:
-        case OUIALIGN:
-        case NONALIGN:
-        case DDNODE:
-        case SSA_USE:
-        case SSA_DEF: return operand(tree->left, type, depth);
         case PLUSPLUS:
         case MINMIN: // the value before the step
             if (!is_integer_like(tree->left->type)) return computed_limits(type);
             return converted(stored_limits(tree->left), type);
         default:
+            if (gives_left_operand(tree->op)) return operand(tree->left, type, depth);
             if (tree->op == ASG || (op_of_opASG[tree->op & 255] != ILLOP && tree->left != nullptr))
                 return assignment(tree, depth);
             return computed_limits(type);
@@ -429,22 +424,141 @@ bool expr_sum_may_overflow(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     return tree->op == MULT || !result_is_exact(tree, loop, context);
 }
 
-// What follows serves the constraint solver of the loop passes: there a tree stands for a bound of itself, so the tree
-// as it is, or the constant that its bounds meet in, is always a safe answer.
 namespace {
 
-NODE* constant_if_bounds_meet(NODE* tree, LOOP_RECORD* loop) {
-    if (tree->op == ICON || !is_integer_like(tree->type) || !tree_is_pure(tree)) return tree;
-    VALUE_RANGE r = calculate_range_for_tree(tree, loop);
-    if (r.low != r.high) return tree;
-    NODE* constant = mk_ICON(r.low, tree->type);
-    erase_tree(tree);
-    return constant;
+constexpr int max_eval_depth = 8;
+constexpr int max_eval_nodes = 64;
+
+// The one variable that a tree reads; null if it reads none, several, or memory.
+class ONE_VARIABLE {
+  public:
+    static const NODE* of(const NODE* tree) {
+        ONE_VARIABLE walk;
+        return tree_is_pure(tree, max_eval_nodes) && walk.visit(tree) ? walk.found_ : nullptr;
+    }
+
+  private:
+    bool visit(const NODE* tree) { // the tree is small: it is pure
+        switch (tree->op) {
+        case UAND:
+        case UMULT:
+        case STDOT:
+        case STREF: return false;
+        case NAME:
+            if (found_ != nullptr && (found_->u.sym != tree->u.sym || found_->type != tree->type)) return false;
+            found_ = tree;
+            return true;
+        default: return (tree->left == nullptr || visit(tree->left)) && (tree->right == nullptr || visit(tree->right));
+        }
+    }
+
+    const NODE* found_ = nullptr;
+};
+
+void replace_variable(NODE* tree, INT65 value) {
+    if (tree->op == NAME) {
+        become_ICON(tree, value, tree->type);
+        return;
+    }
+    if (tree->left != nullptr) replace_variable(tree->left, value);
+    if (tree->right != nullptr) replace_variable(tree->right, value);
+}
+
+// Puts bounds of variables in their place, in sums and in products and quotients with constants.
+class EXTREMES {
+  public:
+    EXTREMES(LOOP_RECORD* loop, TYPE* root) : loop_(loop), root_(limits_of(root)) {}
+
+    bool changed() const { return changes_ != 0; }
+
+    // Moves the tree's value up or down, or leaves it. False if it may overflow afterwards.
+    bool put(NODE* tree, bool up, int depth) {
+        if (tree->op == NAME) {
+            variable(tree, up);
+            return true;
+        }
+        if (depth > max_eval_depth || --nodes_left_ < 0) return true;
+        int before = changes_;
+        TYPE* type = tree->type;
+        for (const NODE* operand : {tree->left, tree->right})
+            if (operand != nullptr &&
+                (!is_integer_like(operand->type) || !within(limits_of(operand->type), limits_of(type))))
+                return true;
+        bool scaled = tree->right != nullptr && tree->right->op == ICON;
+        bool grows = !scaled || tree->right->u.lval > INT65(0);
+        switch (tree->op) {
+        case PLUS:
+        case MINUS:
+        case UMINUS:
+            if (!result_is_exact(tree, loop_, nullptr)) return true;
+            if (!put(tree->left, tree->op == UMINUS ? !up : up, depth + 1)) return false;
+            if (tree->op != UMINUS && !put(tree->right, tree->op == PLUS ? up : !up, depth + 1)) return false;
+            return (changes_ == before || still_exact(tree));
+        case MULT:
+            if (!scaled || !result_is_exact(tree, loop_, nullptr)) return true;
+            return put(tree->left, grows ? up : !up, depth + 1) && (changes_ == before || still_exact(tree));
+        case DIV: // by a positive constant: rounding toward zero keeps the order
+            return !scaled || !grows || put(tree->left, up, depth + 1);
+        case SCONV: return put(tree->left, up, depth + 1);
+        default: return true;
+        }
+    }
+
+  private:
+    void variable(NODE* name, bool up) {
+        if (name->type->is_volatile() || !is_integer_like(name->type)) return;
+        VALUE_RANGE r = calculate_range_for_tree(name, loop_);
+        if (up ? r.high.to_wide() >= root_.high : r.low.to_wide() <= root_.low) return;
+        become_ICON(name, up ? r.high : r.low, name->type);
+        changes_++;
+    }
+    // The mark spoke of the old operands: that variable and the rest may not be independent.
+    bool still_exact(NODE* tree) {
+        tree->flags &= static_cast<uint8_t>(~NODE_NO_WRAP);
+        return result_is_exact(tree, loop_, nullptr);
+    }
+
+    LOOP_RECORD* loop_;
+    SPAN root_; // a bound of this type is none
+    int changes_ = 0;
+    int nodes_left_ = max_eval_nodes;
+};
+
+NODE* extreme(NODE* tree, LOOP_RECORD* loop, bool up) {
+    if (!is_integer_like(tree->type) || !tree_is_pure(tree)) return tree;
+    NODE* moved = copy_tree(tree);
+    EXTREMES extremes(loop, tree->type);
+    bool moves = extremes.put(moved, up, 0) && extremes.changed();
+    erase_tree(moves ? tree : moved);
+    return moves ? simp_tree(moved, loop) : tree;
 }
 
 } // namespace
 
-NODE* simp_tree_in_range(NODE* tree, INT65, INT65, INT65) { return tree; }
-NODE* partially_eval_for_minimum(NODE* tree, LOOP_RECORD* loop, int) { return constant_if_bounds_meet(tree, loop); }
-NODE* partially_eval_for_maximum(NODE* tree, LOOP_RECORD* loop, int) { return constant_if_bounds_meet(tree, loop); }
+NODE* simp_tree_in_range(NODE* tree, INT65 low, INT65 high, INT65 step) {
+    const NODE* variable = low <= high ? ONE_VARIABLE::of(tree) : nullptr;
+    if (variable == nullptr || !is_integer_like(variable->type) || currfuninfo == nullptr) return simp_tree(tree);
+    if (low < int_type_min(variable->type) || high > int_type_max(variable->type)) return simp_tree(tree);
+    if (step > INT65(0) && high - low < step) {
+        replace_variable(tree, low);
+        return simp_tree(tree);
+    }
+    // The bounds are facts like the function's own, as long as this takes.
+    auto given = [&](int op, INT65 bound) {
+        TYPE* type = promoted_type(variable->type);
+        if (type->is_unsigned()) op += ULE - LE;
+        NODE* test = maketree(op, copy_tree(variable), mk_ICON(bound, type), tp->int_type());
+        currfuninfo->global_assertions = mkelist(test, currfuninfo->global_assertions, nullptr);
+    };
+    LIST* facts = currfuninfo->global_assertions;
+    given(GE, low);
+    given(LE, high);
+    tree = simp_tree(tree);
+    erase_tree_list_to_entry(currfuninfo->global_assertions, facts);
+    currfuninfo->global_assertions = facts;
+    return tree;
+}
+
+NODE* partially_eval_for_minimum(NODE* tree, LOOP_RECORD* loop, int) { return extreme(tree, loop, false); }
+NODE* partially_eval_for_maximum(NODE* tree, LOOP_RECORD* loop, int) { return extreme(tree, loop, true); }
 NODE* simp_constraint_given_loop_givens(NODE* tree, LOOP_RECORD*) { return tree; }

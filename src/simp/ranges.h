@@ -43,6 +43,7 @@ INT65 max_ICON_delta(NODE*, LOOP_RECORD* = nullptr, CONTEXT* = nullptr); // C of
 // Takes a constant that divides max_ICON_coef out of the tree: modulo 2^width, the old tree is divisor * the new one.
 NODE* div_ICON_coef(NODE*, INT65 divisor);
 bool constant_divides_expr(INT65, TYPE*, NODE*, LOOP_RECORD* = nullptr);
+// No value of the divisor divides any of the tree without remainder.
 bool expr_cannot_divide_expr(NODE* divisor, NODE* tree, LOOP_RECORD* = nullptr);
 // The remainder in [0, modulus), also of a negative value; -1 if it is not known.
 int expr_modulo_constant(NODE*, TYPE*, INT65 modulus, LOOP_RECORD* = nullptr);
@@ -51,7 +52,12 @@ bool integer_DIV_is_exact(NODE*, LOOP_RECORD* = nullptr, CONTEXT* = nullptr);
 bool expr_product_may_overflow(NODE*, LOOP_RECORD* = nullptr, CONTEXT* = nullptr);
 // The same for PLUS, MINUS and UMINUS.
 bool expr_sum_may_overflow(NODE*, LOOP_RECORD* = nullptr, CONTEXT* = nullptr);
+// The tree simplified where its one variable is known to be in low .. high, and to be low plus a multiple of the step.
+// A tree with no variable, with several, or with reads of memory is simplified without that; so is any if low > high.
 NODE* simp_tree_in_range(NODE*, INT65 low, INT65 high, INT65 step);
+// A tree that is never above (maximum: below) the one given, as mathematical values: in the linear part of it,
+// variables that have bounds stand for these. It computes without overflow wherever the given one does. The tree itself
+// if no variable has a bound. The last argument is not used.
 NODE* partially_eval_for_minimum(NODE*, LOOP_RECORD*, int);
 NODE* partially_eval_for_maximum(NODE*, LOOP_RECORD*, int);
 // A tree of equal truth under the loop's givens; may be the tree it was given.

@@ -39,8 +39,6 @@ std::map<int, int> make_map(bool both) {
     return map;
 }
 
-bool is_comparison(int op) { return op >= EQ && op <= UGT && boolean_inv[op] != ILLOP; }
-
 } // namespace
 
 const std::map<int, int> andb_combo_map = make_map(true), ORB_combo_map = make_map(false);
@@ -49,7 +47,7 @@ const std::map<int, int> andb_combo_map = make_map(true), ORB_combo_map = make_m
 NODE* simp_redundant_test(NODE* tree, const std::map<int, int>& map) {
     NODE* a = tree->left;
     NODE* b = tree->right;
-    if (!is_comparison(a->op) || !is_comparison(b->op) || !is_modular(tree->type)) return tree;
+    if (!opcode_is_comparison(a->op) || !opcode_is_comparison(b->op) || !is_modular(tree->type)) return tree;
     auto entry = map.find(key_of(a->op, b->op));
     if (entry == map.end() || !same_term(a->left, b->left) || !same_term(a->right, b->right)) return tree;
     int op = entry->second;

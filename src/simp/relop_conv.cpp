@@ -96,6 +96,31 @@ NODE* both_converted(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     return compare_again(tree, op, operand_alone(a), operand_alone(b), loop, context);
 }
 
+// x op (T)(y & M)  ->  x op y & M        M leaves no sign
+// The masked value is the same in either type. Its own type must hold the values of x, too: an x that may be negative
+// is compared in a signed one.
+NODE* masked_conversion(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
+    if (is_unsigned_order(tree->op)) return nullptr;
+    TYPE* common = combined_type(tree->left, tree->right);
+    for (NODE** side : {&tree->right, &tree->left}) {
+        NODE* conversion = *side;
+        NODE* other = side == &tree->left ? tree->right : tree->left;
+        if (!is_integer_conversion(conversion) || conversion->left->op != ANDB) continue;
+        const NODE* masked = conversion->left;
+        if (masked->right->op != ICON || masked->type->is_bool()) continue;
+        INT65 mask = masked->right->u.lval & type_mask(masked->type);
+        if (mask > int_type_max(masked->type) || mask > int_type_max(conversion->type)) continue;
+        TYPE* narrow = combined_type_for_types(masked->type, other->type);
+        if (!is_integer_like(narrow) || mask > int_type_max(narrow) || mask > int_type_max(common)) continue;
+        if (!value_fits_in_type(other, common, loop, context) || !value_fits_in_type(other, narrow, loop, context))
+            continue;
+        *side = operand_alone(conversion);
+        if (!is_equality(tree->op) && !narrow->is_signed()) tree->op = as_unsigned(tree->op);
+        return simp_node(tree, loop, context);
+    }
+    return nullptr;
+}
+
 // -----------------------------------------------------------------------------------------------------------
 // increments
 
@@ -110,7 +135,8 @@ bool is_increment(const NODE* tree) {
 
 // x++ == K  ->  (x += s) == K + s        modulo the width of x
 // x++ <  K  ->  (x += 1) <= K,  x++ >= K  ->  (x += 1) > K,  x-- <= K  ->  (x -= 1) < K,  x-- > K  ->  (x -= 1) >= K
-// Orderings rely on exact arithmetic, so on the mark of the step.
+// Orderings rely on exact arithmetic, so on the mark of the step. Pointers carry no mark, and nothing bounds an
+// address: p + 1 may be 0 where p u< K is false. So orderings of stepped pointers stay.
 NODE* step_first(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     CONSTANT_TEST test;
     NODE* step = tree->left;
@@ -221,6 +247,7 @@ const RULE increment_rules[] = {
 const RULE conversion_rules[] = {
     {"widened_unsigned", "(T)x < y -> x u< y, both unsigned", widened_unsigned},
     {"both_converted", "(T)x op (T)y -> x op y", both_converted},
+    {"masked_conversion", "x < (T)(y & M) -> x < y & M", masked_conversion},
 };
 const RULE saturation_rules[] = {
     {"saturated_difference", "_ssub(a, b) op 0 -> a op b", saturated_difference},

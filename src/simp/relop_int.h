@@ -6,13 +6,14 @@
 #include "simp/fold.h"
 #include "simp/ranges.h"
 #include "simp/rules.h"
+#include "simp/simp_int.h"
 
 #include "ir/opt_expr.h"
 #include "ir/types.h"
 
 inline bool is_equality(int op) { return op == EQ || op == NEQ; }
 inline bool is_signed_order(int op) { return op >= LE && op <= GT; }
-inline bool is_unsigned_order(int op) { return op >= ULE && op <= UGT; }
+inline bool is_unsigned_order(int op) { return opcode_is_unsigned_comparison(op); }
 inline int as_unsigned(int op) { return is_signed_order(op) ? op + (ULE - LE) : op; }
 inline int as_signed(int op) { return is_unsigned_order(op) ? op - (ULE - LE) : op; }
 
@@ -20,7 +21,6 @@ inline int as_signed(int op) { return is_unsigned_order(op) ? op - (ULE - LE) : 
 inline bool type_keeps(TYPE* outer, TYPE* inner) {
     return int_type_min(outer) <= int_type_min(inner) && int_type_max(inner) <= int_type_max(outer);
 }
-inline bool is_zero_ICON(const NODE* tree) { return tree->op == ICON && tree->u.lval.is_zero(); }
 // The integer 0, or a null pointer.
 inline bool is_null(const NODE* tree) { return is_zero_ICON(tree->op == PCONV ? tree->left : tree); }
 
@@ -52,6 +52,9 @@ NODE* negated(NODE* tree, LOOP_RECORD*, CONTEXT*);
 // An operation goes from around its left operand: that operand, converted to the operation's type. The node and its
 // right operand are erased.
 NODE* unwrap_left(NODE* operation);
+
+// x + C of integers, also x - C: the constant as a signed number of the sum's width. False for any other tree.
+bool constant_offset(const NODE* sum, INT65& c);
 
 // The rules, group by group, in the order in which they are tried.
 extern const RULE_SET relop_truth, relop_scale, relop_quotient, relop_constant_conversion, relop_zero_and_one,

@@ -3,9 +3,6 @@
 
 #include <utility>
 
-namespace {
-
-// x + C of integers, also x - C: the constant as a signed number of the sum's width. False for any other tree.
 bool constant_offset(const NODE* sum, INT65& c) {
     if ((sum->op != PLUS && sum->op != MINUS) || sum->right->op != ICON) return false;
     if (!is_integer_like(sum->type) || sum->type->is_bool() || !is_integer_like(sum->left->type)) return false;
@@ -13,6 +10,8 @@ bool constant_offset(const NODE* sum, INT65& c) {
     if (sum->op == MINUS) c = -c;
     return true;
 }
+
+namespace {
 
 bool is_integer_operation(const NODE* tree, int op) {
     return tree->op == op && is_integer_like(tree->type) && !tree->type->is_bool() &&
@@ -94,6 +93,54 @@ NODE* reverse_range(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     remake(difference, MINUS, coerce_to_type(difference->right, test.type), c, test.type);
     tree->left = simp_node(difference, loop, context);
     return simp_node(tree, loop, context);
+}
+
+// x - lo u<= n  ->  v op K, or decided         where the values that x can have make one bound of the two
+// With x in low .. high, the test asks for the intervals lo + j * 2^width .. lo + n + j * 2^width, of which at most two
+// meet low .. high. One interval that lies inside low .. high needs both bounds: then the test stays, since no form is
+// shorter. u< is u<= with n - 1; u> and u>= are the opposites.
+NODE* one_sided_range(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
+    using WIDE = INT65::wide;
+    CONSTANT_TEST test;
+    INT65 offset;
+    if (!is_unsigned_order(tree->op) || !constant_offset(tree->left, offset)) return nullptr;
+    if (!is_constant_test(tree, test) || !test.same_width) return nullptr;
+    NODE* x = tree->left->left;
+    TYPE* type = x->type;
+    if (type->size() > test.type->size()) return nullptr;
+    bool inside = test.op == ULT || test.op == ULE;
+    WIDE n = (test.k & type_mask(test.type)).to_wide();
+    if (test.op == ULT || test.op == UGE) n--;
+    VALUE_RANGE range = calculate_range_for_tree(x, loop, context);
+    WIDE low = range.low.to_wide(), high = range.high.to_wide(), lo = -offset.to_wide();
+    WIDE period = static_cast<WIDE>(1) << test.type->size();
+    // the last interval that begins at or below `low`; the next one or two may meet the values as well
+    WIDE distance = (low - lo) % period;
+    WIDE first = low - (distance < 0 ? distance + period : distance);
+    if (first + n < low) first += period;
+    if (n < 0 || first > high) return decided(tree, !inside);
+    WIDE last = first + n;
+    if (first <= low && last >= high) return decided(tree, inside);
+    int op;
+    WIDE k;
+    if (first + period <= high) { // a second interval: all but the gap between them
+        if (first + period - last != 2) return nullptr;
+        op = NEQ, k = last + 1;
+    } else if (first <= low) {
+        op = LE, k = last;
+    } else if (last >= high) {
+        op = GE, k = first;
+    } else if (first == last) {
+        op = EQ, k = first;
+    } else {
+        return nullptr;
+    }
+    if (!inside) op = boolean_inv[op];
+    if (!type->is_signed()) op = as_unsigned(op);
+    erase_node(tree->left->right);
+    erase_node(tree->left);
+    erase_node(tree->right);
+    return compare_again(tree, op, x, mk_ICON(INT65::from_wide(k), promoted_type(type)), loop, context);
 }
 
 // a + C1 op b + C2  ->  a op b + (C2 - C1)       the operands exchanged if C1 is the larger
@@ -223,6 +270,7 @@ const RULE offset_rules[] = {
     {"move_offset", "a + C == K -> a == K - C", move_offset},
     {"move_negated", "C - a == K -> a == C - K", move_negated},
     {"reverse_range", "C - x u<= K -> x - (C - K) u<= K", reverse_range},
+    {"one_sided_range", "x - lo u<= n -> x <= lo + n, x not below lo", one_sided_range},
     {"join_offsets", "a + C1 op b + C2 -> a op b + (C2 - C1)", join_offsets},
 };
 const RULE congruent_rules[] = {

@@ -1,6 +1,8 @@
 // Comparisons of products, quotients and shifted values with a constant.
 #include "simp/relop_int.h"
 
+#include <algorithm>
+
 namespace {
 
 using WIDE = INT65::wide;
@@ -150,41 +152,141 @@ NODE* shift_and_bound(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     return scale_bound(tree, test, static_cast<WIDE>(1) << test.c.low, loop, context);
 }
 
-// (x / C) * C with a positive C: the largest multiple up to x, of a negative x the least from x on.
+// A sum with a constant has the value of unbounded integers.
+bool offset_is_exact(NODE* sum, INT65 c, LOOP_RECORD* loop, CONTEXT* context) {
+    TYPE* type = sum->type;
+    if ((sum->flags & NODE_NO_WRAP) != 0 && type->is_signed()) return true;
+    VALUE_RANGE x = calculate_range_for_tree(sum->left, loop, context);
+    return in_type(x.low.to_wide() + c.to_wide(), type) && in_type(x.high.to_wide() + c.to_wide(), type);
+}
+
+// The order in which a comparison of two operands of one type compares their values.
+bool compares_values_of(int op, TYPE* type) {
+    return is_equality(op) || (type->is_signed() ? is_signed_order(op) : is_unsigned_order(op));
+}
+
+// (x / C) * C with a positive C: x without the remainder. Also x & -C with C a power of two.
 bool is_rounded(const NODE* tree) {
-    if (tree->op != MULT || tree->right->op != ICON || tree->left->op != DIV || !is_integer_like(tree->type))
+    if (!is_integer_like(tree->type) || tree->type->is_bool() || tree->right == nullptr || tree->right->op != ICON)
         return false;
+    if (tree->op == ANDB) {
+        INT65 rest = ~tree->right->u.lval & type_mask(tree->type);
+        return !rest.is_zero() && rest <= int_type_max(tree->type) && power_of_2(rest + INT65(1)) >= 0 &&
+               equiv_mtypes(tree->left->type, tree->type);
+    }
+    if (tree->op != MULT || tree->left->op != DIV) return false;
     const NODE* quotient = tree->left;
     return quotient->right->op == ICON && quotient->right->u.lval == tree->right->u.lval &&
            tree->right->u.lval > INT65(0) && equiv_mtypes(quotient->type, tree->type) &&
            equiv_mtypes(quotient->left->type, tree->type);
 }
 
-// (x / C) * C op x  ->  1 or 0, or a test of x % C       x not negative if op is an ordering
+// Turns the rounded value into what rounding takes away: x % C, or x & C - 1.
+NODE* rounded_off(NODE* rounded, LOOP_RECORD* loop, CONTEXT* context) {
+    if (rounded->op == ANDB) {
+        NODE* mask = rounded->right;
+        mask->u.lval = truncate_to_type(~mask->u.lval, rounded->type);
+        mask->type = rounded->type;
+        return simp_node(rounded, loop, context);
+    }
+    NODE* quotient = rounded->left;
+    TYPE* type = rounded->type;
+    erase_node(rounded->right);
+    erase_node(rounded);
+    return simp_node(remake(quotient, MOD, quotient->left, quotient->right, type), loop, context);
+}
+
+// (x / C) * C op x + D  ->  x % C op' -D          operator mirrored; D may be 0
+// The left side is x - x % C exactly. For == modulo 2^width; orderings need the exact x + D.
 NODE* rounded_and_itself(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     bool on_left = is_rounded(tree->left);
     if (!on_left && !is_rounded(tree->right)) return nullptr;
     NODE* rounded = on_left ? tree->left : tree->right;
     NODE* other = on_left ? tree->right : tree->left;
-    NODE* x = rounded->left->left;
+    TYPE* type = rounded->type;
     int op = on_left ? tree->op : commute_inv[tree->op];
-    if (!equiv_mtypes(other->type, rounded->type) || !tree_is_pure(x) || !trees_are_congruent(x, other)) return nullptr;
-    bool ordering = !is_equality(op);
-    if (ordering && !tree_is_non_negative(x, loop, context)) return nullptr;
-    switch (as_signed(op)) {
-    case LE: return decided(tree, true);
-    case GT: return decided(tree, false);
-    case EQ:
-    case GE: op = EQ; break;
-    default: op = NEQ; break;
+    const NODE* x = rounded->op == ANDB ? rounded->left : rounded->left->left;
+    if (!equiv_mtypes(other->type, type) || !compares_values_of(op, type)) return nullptr;
+    INT65 d;
+    bool is_sum = constant_offset(other, d) && equiv_mtypes(other->left->type, type);
+    if (!is_sum) d = INT65(0);
+    if (!trees_are_congruent(x, is_sum ? other->left : other) || !tree_is_pure(x)) return nullptr;
+    if (!is_equality(op)) {
+        if (is_sum && !offset_is_exact(other, d, loop, context)) return nullptr;
+        if (d > INT65(0) && !type->is_signed()) return decided(tree, op == ULT || op == ULE);
+        if (!in_type(-d.to_wide(), type)) return nullptr;
     }
-    NODE* quotient = rounded->left;
-    NODE* remainder = simp_node(remake(quotient, MOD, quotient->left, quotient->right, rounded->type), loop, context);
     erase_tree(other);
-    NODE* zero = rounded->right;
-    zero->u.lval = INT65(0);
-    erase_node(rounded);
-    return compare_again(tree, op, remainder, zero, loop, context);
+    return compare_again(tree, commute_inv[op], rounded_off(rounded, loop, context), mk_ICON(-d, type), loop, context);
+}
+
+// The largest x for which (x + d) / c is at least x + above, where the quotient is rounded down or toward zero. The
+// quotient less x never grows with x, so there is one; the answer for rounding down is corrected by trial. False if
+// that does not lead there.
+bool last_not_above_quotient(WIDE d, WIDE c, WIDE above, bool round_down, WIDE& x) {
+    auto holds = [&](WIDE v) {
+        WIDE q = round_down ? floor_quotient(v + d, c) : (v + d) / c;
+        return q >= v + above;
+    };
+    x = floor_quotient(d - above * c, c - 1);
+    for (int trial = 0; trial < 4; trial++) {
+        if (!holds(x))
+            x--;
+        else if (holds(x + 1))
+            x++;
+        else
+            return true;
+    }
+    return false;
+}
+
+// (x + D) / C op x  ->  x op' K          C > 1; also (x + D) >> n and x / C. Needs the exact x + D.
+// The difference of the two sides never grows with x: (x + D) / C >= x up to some x, > x up to another.
+NODE* quotient_and_itself(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
+    bool on_left = tree->left->op == DIV || tree->left->op == SRL;
+    NODE* quotient = on_left ? tree->left : tree->right;
+    NODE* x = on_left ? tree->right : tree->left;
+    if ((quotient->op != DIV && quotient->op != SRL) || quotient->right->op != ICON) return nullptr;
+    TYPE* type = quotient->type;
+    NODE* dividend = quotient->left;
+    int op = on_left ? tree->op : commute_inv[tree->op];
+    if (!is_integer_like(type) || type->is_bool() || !equiv_mtypes(x->type, type) ||
+        !equiv_mtypes(dividend->type, type) || !compares_values_of(op, type))
+        return nullptr;
+    INT65 d, c = quotient->right->u.lval;
+    bool is_sum = constant_offset(dividend, d) && equiv_mtypes(dividend->left->type, type);
+    if (!is_sum) d = INT65(0);
+    if (quotient->op == SRL) {
+        if (c < INT65(1) || c >= INT65(type->size() - 1)) return nullptr;
+        c = INT65(1) << c.low;
+    }
+    if (c < INT65(2) || c > int_type_max(type)) return nullptr;
+    if (!trees_are_congruent(is_sum ? dividend->left : dividend, x) || !tree_is_pure(x)) return nullptr;
+    if (is_sum && !offset_is_exact(dividend, d, loop, context)) return nullptr;
+    WIDE at_least, above;
+    bool down = quotient->op == SRL;
+    if (!last_not_above_quotient(d.to_wide(), c.to_wide(), 0, down, at_least) ||
+        !last_not_above_quotient(d.to_wide(), c.to_wide(), 1, down, above))
+        return nullptr;
+    WIDE k;
+    switch (as_signed(op)) {
+    case EQ:
+    case NEQ: // equal from above + 1 to at_least
+        if (at_least > std::max(above + 1, int_type_min(type).to_wide())) return nullptr;
+        k = at_least;
+        break;
+    case GE: k = at_least, op = LE; break;
+    case LT: k = at_least, op = GT; break;
+    case GT: k = above, op = LE; break;
+    default: k = above, op = GT; break;
+    }
+    if (!in_type(k, type)) {
+        bool too_large = k > int_type_max(type).to_wide();
+        return decided(tree, is_equality(op) ? op == NEQ : (op == LE) == too_large);
+    }
+    if (!type->is_signed()) op = as_unsigned(op);
+    erase_tree(quotient);
+    return compare_again(tree, op, x, mk_ICON(INT65::from_wide(k), type), loop, context);
 }
 
 const RULE scale_rules[] = {
@@ -198,7 +300,8 @@ const RULE scale_rules[] = {
 const RULE quotient_rules[] = {
     {"quotient_and_bound", "x / C >= K -> x >= K * C", quotient_and_bound},
     {"shift_and_bound", "x >> C >= K -> x >= K << C", shift_and_bound},
-    {"rounded_and_itself", "(x / C) * C < x -> x % C != 0", rounded_and_itself},
+    {"rounded_and_itself", "(x / C) * C < x + D -> x % C > -D", rounded_and_itself},
+    {"quotient_and_itself", "(x + D) / C < x -> x > K", quotient_and_itself},
 };
 
 } // namespace

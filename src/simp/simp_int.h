@@ -8,6 +8,15 @@
 TYPE* value_type(TYPE*);
 bool is_scalar_value(TYPE*); // integer, enumeration, float or pointer
 
+// One type to the optimizer, qualifiers aside.
+bool same_type(TYPE*, TYPE*);
+
+inline bool is_zero_ICON(const NODE* tree) { return tree->op == ICON && tree->u.lval.is_zero(); }
+bool is_field(const NODE*); // a bit-field of a struct, as a value or an lvalue
+
+// The left operand in place of the node; a right operand is erased.
+NODE* take_left(NODE* tree);
+
 // The value of an ICON converted to an integer, enumeration or pointer type (a bool: whether it is not zero).
 INT65 icon_as(const NODE* icon, TYPE*);
 

@@ -34,7 +34,7 @@ void tidy_statements(BBLK* bb) {
     for (LIST** link = &bb->stmts; *link != nullptr;) {
         LIST* cell = *link;
         int op = cell->first->op;
-        bool is_call_or_step = op == CALL || op == UCALL || op == PLUSPLUS || op == MINMIN;
+        bool is_call_or_step = opcode_is_call(op) || opcode_is_increment(op);
         if (is_call_or_step || !side_effects[op & 255]) cell->first = peel_for_effect(cell->first);
         if (cell->first == nullptr) {
             *link = cell->rest;

@@ -25,18 +25,26 @@ bool same_factor(const NODE* a, const NODE* b) {
     return a->op == NAME && a->u.sym == b->u.sym && a->type == b->type && !a->type->is_volatile();
 }
 
-// A term of a sum: base * factor, with factor 1 for anything but a product by a constant or a negation. Of a constant
-// the base is the constant itself.
+// A term of a sum: base * factor + offset, with factor 1 for anything but a product by a constant or a negation. Of a
+// constant the base is the constant itself. The offset is that of (x + C) * K and (C - x) * K, which are not multiplied
+// out where the product C * K is larger than the type; counted modulo 2^width it is a constant like any other.
 struct TERM {
     NODE* base;
     INT65 factor;
     bool product;
+    INT65 offset;
 };
 
 TERM term_of(NODE* node, uint32_t width) {
-    if (is_scaled(node, width)) return {node->left, signed_value(node->right, node->type), true};
-    if (is_modular_node(node, UMINUS, width)) return {node->left, INT65(-1), false};
-    return {node, INT65(1), false};
+    if (is_modular_node(node, UMINUS, width)) return {node->left, INT65(-1), false, 0};
+    if (!is_scaled(node, width)) return {node, INT65(1), false, 0};
+    NODE* x = node->left;
+    INT65 factor = signed_value(node->right, node->type);
+    if (is_modular_node(x, PLUS, width) && x->right->op == ICON)
+        return {x->left, factor, true, signed_value(x->right, node->type) * factor};
+    if (is_modular_node(x, MINUS, width) && x->left->op == ICON)
+        return {x->right, -factor, true, signed_value(x->left, node->type) * factor};
+    return {x, factor, true, 0};
 }
 
 bool same_base(const TERM& a, const TERM& b) {
@@ -161,7 +169,9 @@ static bool retype_as_integers(const SPINE& spine, TYPE* type) {
 
 // The term on the right joins the first like one among the terms on the left. What is merged this way:
 //     (x - y) + y -> x,  (x + y) - x -> y,  x * C + x -> x * (C + 1),  (a + x * 3) - x * 5 -> a + x * -2,
-//     (C - x) + K and (x + C - y) + K, the constants
+//     (C - x) + K and (x + C - y) + K, the constants,
+//     (x + C1) * K1 + (x + C2) * K2 -> x * (K1 + K2) + C, where C1 * K1 had been too large to multiply out, and so
+//     (C - x) * K + x, with x as x * 1. The result is never (x * f + C) * g: that would be multiplied out again.
 NODE* like_terms(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     TYPE* type = tree->type;
     uint32_t width = type->size();
@@ -177,6 +187,7 @@ NODE* like_terms(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     // In a subtraction the term that stays is the negation of what the two add up to.
     INT65 sum = sign_extend_by_type_size(spine.negative ? left - right : left + right, type);
     if (!worth_merging(spine.term, a, tree->right, b, sum, loop, context)) return nullptr;
+    INT65 offset = (spine.negative ? -a.offset : a.offset) + (tree->op == MINUS ? -b.offset : b.offset);
     bool cancelled = sum.is_zero();
     if (a.base->type->is_ptr() && spine.at_end && !(cancelled && is_modular(type) && retype_as_integers(spine, type)))
         return nullptr;
@@ -187,5 +198,8 @@ NODE* like_terms(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
         term =
             simp_node(maketree(MULT, copy_tree(a.base), mk_constant(sum, type), integer_type_of(type)), loop, context);
     replace_term(spine, term, cancelled, loop, context);
-    return coerce_to_type(take_left(tree), type);
+    NODE* result = coerce_to_type(take_left(tree), type);
+    if (sign_extend_by_type_size(offset, type).is_zero()) return result;
+    LS* scope = result->scope;
+    return simp_node(maketree(PLUS, result, mk_constant(offset, type), type, scope), loop, context);
 }

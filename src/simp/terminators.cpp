@@ -89,6 +89,9 @@ NODE* simp_CBRANCH(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 
 // ------------------------------------------------------------------------------------------------------ assertions
 
+// An assertion of c ? a : b stays whole. In the arms, c ? assert(a) : assert(b), it would cost what assertions never
+// cost, the test of c and a branch; and an assertion is a statement, which has no place inside an expression
+// (cfg/validate_stmts.cpp).
 namespace {
 
 bool is_boolean_ANDB(const NODE* tree) {
@@ -111,7 +114,7 @@ NODE* split_assertion(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     tree->left = fact->left;
     erase_node(fact);
     NODE* first = simp_node(tree, loop, context);
-    return maketree(COMMAOP, first, second, tp->void_type, first->scope);
+    return simp_node(maketree(COMMAOP, first, second, tp->void_type, first->scope), loop, context);
 }
 
 // assert((a || b) == 0)  ->  assert(!a && !b)
@@ -136,7 +139,7 @@ NODE* joined_assertion(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     NODE* a = coerce_to_type(make_boolean(fact->left, loop, context), tp->int_type());
     NODE* b = coerce_to_type(make_boolean(fact->right, loop, context), tp->int_type());
     tree->left = simp_node(remake(fact, ORB, a, b, tp->int_type()), loop, context);
-    return tree;
+    return simp_node(tree, loop, context);
 }
 
 const RULE assert_rules[] = {

@@ -251,8 +251,12 @@ def main():
     options.deadline = began + options.time_limit
     tally = Tally()
     with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        for done in [pool.submit(work, options, tally, options.first + i) for i in range(options.seeds)]:
-            done.result()
+        try:
+            for done in [pool.submit(work, options, tally, options.first + i) for i in range(options.seeds)]:
+                done.result()
+        except KeyboardInterrupt: # what was found so far counts
+            pool.shutdown(cancel_futures=True)
+            print("interrupted")
     too_few = tally.passed < options.min_passes
     if too_few:
         print("only %d programs passed, at least %d must" % (tally.passed, options.min_passes))

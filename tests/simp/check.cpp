@@ -344,14 +344,13 @@ void find_spots(NODE** link, bool lvalue, std::vector<SPOT>& spots) {
     bool is_list = n->op == COLON || n->op == COMMA || n->op == CASE || n->op == DEFAULT;
     if (!is_list) spots.push_back({link, lvalue});
     if (n->op == CASE || n->op == DEFAULT) return;
-    if (n->op == CALL || n->op == UCALL) {
+    if (opcode_is_call(n->op)) {
         if (n->op == CALL) find_spots(&n->right, false, spots);
         return;
     }
-    bool left_is_lvalue =
-        opcode_is_ASG(n->op) || n->op == PLUSPLUS || n->op == MINMIN || n->op == UAND || n->op == STDOT;
+    bool left_is_lvalue = opcode_is_store(n->op) || n->op == UAND || n->op == STDOT;
     if (n->left != nullptr) find_spots(&n->left, left_is_lvalue, spots);
-    if (n->right != nullptr && n->op != PLUSPLUS && n->op != MINMIN) find_spots(&n->right, n->op == STASG, spots);
+    if (n->right != nullptr && !opcode_is_increment(n->op)) find_spots(&n->right, n->op == STASG, spots);
 }
 
 NODE* as_kind(NODE* n, TYPE* type) {
@@ -377,7 +376,7 @@ bool vary(NODE** link, bool lvalue, bool is_root, int choice) {
     case 0:
     case 1: {
         NODE* by = choice == 0 ? n->left : n->right;
-        if (by == nullptr || n->op == CALL || n->op == UCALL) return false;
+        if (by == nullptr || opcode_is_call(n->op)) return false;
         if (by->op == FIELD || by->op == COMMA || by->op == LABEL) return false;
         if (by->op == COLON) by = by->left;
         if (n->op == UAND || !is_scalar(kind_of_type(by->type))) return false;

@@ -291,8 +291,6 @@ template <typename T> bool relation(int op, T a, T b) {
     }
 }
 
-bool is_unsigned_relation(int op) { return op >= ULE && op <= UGT; }
-
 } // namespace
 
 class MACHINE {
@@ -387,16 +385,6 @@ class MACHINE {
             r.i = int_operation(e.op == PMCONV ? MULT : DIV, a.i, node(e.right).imm / 16, k);
             return r;
         }
-        case EQ:
-        case NEQ:
-        case LE:
-        case LT:
-        case GE:
-        case GT:
-        case ULE:
-        case ULT:
-        case UGE:
-        case UGT: return compare(e);
         case ASG: {
             KIND k = node(e.left).kind;
             DATUM v = value_as(e.right, k);
@@ -449,7 +437,8 @@ class MACHINE {
         case IF: r.i = node(truth_of(e.left) ? node(e.right).left : node(e.right).right).imm; return r;
         case BRANCH: r.i = node(e.left).imm; return r;
         default:
-            if (op_of_opASG[e.op] != 255) return assign_operation(e);
+            if (opcode_is_comparison(e.op)) return compare(e);
+            if (opcode_is_op_assignment(e.op)) return assign_operation(e);
             throw STOP{"an operator without value where one is wanted"};
         }
     }
@@ -529,7 +518,7 @@ class MACHINE {
         b = converted(b, kb, k);
         if (is_float_kind_of(k))
             r.i = relation(e.op, a.f, b.f);
-        else if (k == K_UL || is_unsigned_relation(e.op)) {
+        else if (k == K_UL || opcode_is_unsigned_comparison(e.op)) {
             uint64_t mask = ~uint64_t{0} >> (64 - bits_of_kind(k));
             r.i = relation(e.op, static_cast<uint64_t>(a.i) & mask, static_cast<uint64_t>(b.i) & mask);
         } else
@@ -547,7 +536,7 @@ class MACHINE {
         if (k == K_P) {
             r.i = cut(wrapped_sum(a.i, op == PLUS ? b.i : wrapped_negative(b.i)), k);
             check_pointer(r, k);
-        } else if (op == SLL || op == SRL) {
+        } else if (opcode_is_shift(op)) {
             KIND t = promoted_kind(k);
             r.i = int_operation(op, converted(a, k, t).i, b.i, t);
             r = converted(r, t, k);

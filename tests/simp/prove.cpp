@@ -63,18 +63,10 @@ class TRANSLATION {
             return value_as(n->right, k);
         case EXCLAIM:
         case ANDAND:
-        case OROR:
-        case EQ:
-        case NEQ:
-        case LE:
-        case LT:
-        case GE:
-        case GT:
-        case ULE:
-        case ULT:
-        case UGE:
-        case UGT: return z3::ite(truth(n), c_.bv_val(1, w), c_.bv_val(0, w));
-        default: throw NOT_TRANSLATED{};
+        case OROR: return z3::ite(truth(n), c_.bv_val(1, w), c_.bv_val(0, w));
+        default:
+            if (opcode_is_comparison(n->op)) return z3::ite(truth(n), c_.bv_val(1, w), c_.bv_val(0, w));
+            throw NOT_TRANSLATED{};
         }
     }
 
@@ -171,17 +163,8 @@ class TRANSLATION {
             EXPR a = truth(n->left);
             return a || under(!a, [&] { return truth(n->right); });
         }
-        case EQ:
-        case NEQ:
-        case LE:
-        case LT:
-        case GE:
-        case GT:
-        case ULE:
-        case ULT:
-        case UGE:
-        case UGT: return relation(n);
         default: {
+            if (opcode_is_comparison(n->op)) return relation(n);
             EXPR v = value(n);
             return v != c_.bv_val(0, v.get_sort().bv_size());
         }

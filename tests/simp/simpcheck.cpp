@@ -370,7 +370,7 @@ void read_options(int argc, char** argv) {
             options.tree.ops.reset();
             for (const std::string& word : words(argument())) {
                 bool known = false;
-#define OPCODE(no, opcode, text, n, op, inv, com, flags)                                                               \
+#define OPCODE(no, opcode, text, n, op, inv, com, cls, flags)                                                          \
     if (word == #opcode) options.tree.ops.set(no), known = true;
 #include "ir/opcodes.def"
                 if (!known) usage();

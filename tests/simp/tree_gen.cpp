@@ -35,8 +35,6 @@ uint64_t objects_behind(const NODE* pointer) {
     }
 }
 
-bool is_access(int op) { return op == NAME || op == UMULT || op == STDOT || op == STREF; }
-
 // The variables that an access of an lvalue touches.
 uint64_t touched(const NODE* lvalue) {
     switch (lvalue->op) {
@@ -70,14 +68,14 @@ EFFECTS lvalue_address_effects(const NODE* n) {
 EFFECTS effects_of(const NODE* n) {
     EFFECTS e;
     if (n == nullptr || n->op == FIELD) return e;
-    if (is_access(n->op)) {
+    if (opcode_is_lvalue(n->op)) {
         e = lvalue_address_effects(n);
         if (kind_of_type(n->type) != K_BLOCK) e.reads |= touched(n);
         e.events |= n->type->is_volatile();
         return e;
     }
     if (n->op == UAND) return lvalue_address_effects(n->left);
-    if (n->op == CALL || n->op == UCALL) {
+    if (opcode_is_call(n->op)) {
         if (n->op == CALL) e = effects_of(n->right);
         e.conflict |= (e.writes & (bit_of(world.changed_by_calls) | bit_of(world.ints))) != 0 || e.events;
         e.writes |= bit_of(world.changed_by_calls) | bit_of(world.ints);
@@ -85,7 +83,7 @@ EFFECTS effects_of(const NODE* n) {
         e.events = true;
         return e;
     }
-    if (opcode_is_ASG(n->op) || n->op == PLUSPLUS || n->op == MINMIN) {
+    if (opcode_is_store(n->op)) {
         EFFECTS address = lvalue_address_effects(n->left);
         EFFECTS value = effects_of(n->right);
         e = both(address, value, false);
@@ -128,37 +126,16 @@ bool has_implicit_conversions(const NODE* tree) {
         KIND own = kind_of_type(n->type);
         KIND left = n->left != nullptr ? kind_of_type(n->left->type) : K_NONE;
         KIND right = n->right != nullptr ? kind_of_type(n->right->type) : K_NONE;
-        switch (n->op) {
-        case PLUS:
-        case MINUS:
-            if (own == K_P || left == K_P) break;
-            [[fallthrough]];
-        case MULT:
-        case DIV:
-        case MOD:
-        case ANDB:
-        case ORB:
-        case XORB: found |= left != own || right != own; break;
-        case SLL:
-        case SRL:
-        case UMINUS:
-        case NOTB:
-        case ABS:
-        case SQR:
-        case SQRT: found |= left != own; break;
-        case EQ:
-        case NEQ:
-        case LE:
-        case LT:
-        case GE:
-        case GT:
-        case ULE:
-        case ULT:
-        case UGE:
-        case UGT:
-        case ASG: found |= left != right; break;
-        case COLON: found |= left != own || right != own; break;
-        default: break;
+        switch (opcode_class(n->op)) {
+        case CLASS_ARITHMETIC:
+            if ((n->op == PLUS || n->op == MINUS) && (own == K_P || left == K_P)) break;
+            found |= left != own || right != own;
+            break;
+        case CLASS_SHIFT:
+        case CLASS_UNARY: found |= left != own; break;
+        case CLASS_COMPARISON:
+        case CLASS_ASG: found |= left != right; break;
+        default: found |= n->op == COLON && (left != own || right != own); break;
         }
         return true;
     });
@@ -230,7 +207,11 @@ class GENERATOR {
         pure.no_write = ~uint64_t{0};
         auto label = [&](int n) { return mk_LABELREF(INT65(n)); };
         int choice = random_.below(4);
-        if (choice == 0) return maketree(NASSERT, condition(size, pure), nullptr, tp->void_type);
+        if (choice == 0) {
+            NODE* fact = random_.one_in(2) ? condition(size, pure) : logical(size, pure);
+            if (random_.one_in(3)) fact = maketree(EQ, make_int(fact), constant(K_W, 0), type(K_W));
+            return maketree(NASSERT, fact, nullptr, tp->void_type);
+        }
         if (choice == 1) {
             KIND k = any_int();
             NODE* first = maketree(CASE, constant(k, some_constant(k)), label(1), type(K_W));
@@ -249,6 +230,8 @@ class GENERATOR {
         return maketree(MEMCPY, maketree(COMMA, ends, constant(K_W, random_.below(6)), type(K_W)), nullptr,
                         tp->void_ptr);
     }
+
+    NODE* make_int(NODE* n) { return kind_of_type(n->type) == K_W ? n : maketree(NEQ, n, copy_tree(n), type(K_W)); }
 
     enum MARKS { ALL, SOME, NONE };
     RANDOM random_;
@@ -365,6 +348,11 @@ class GENERATOR {
                                 ? address(size, limits)
                                 : element_pointer(ints, size, limits),
                             type(k));
+        if (chars && random_.percent(6) &&
+            (excluded & bit_of(world.record)) == 0) { // a half of a record's first member
+            NODE* member = maketree(STDOT, name_of(world.record), field(0), type(K_W));
+            return mk_UMULT(mk_PCONV(mk_UAND(member, type(K_P)), world.pointer_to_char), type(k));
+        }
         if (options_.pointers && random_.percent(8)) // *&x
             for (int v : world.of_kind[k])
                 if (!world.variables[static_cast<size_t>(v)].is_local && v != world.changed_by_calls &&
@@ -653,7 +641,7 @@ class GENERATOR {
             return maketree(QUEST, cond, maketree(COLON, t, f, type(k)), type(k));
         };
         int64_t m = mask();
-        switch (random_.below(50)) {
+        switch (random_.below(55)) {
         case 0: {
             int s = random_.below(width);
             return sh(SRL, sh(SLL, x, constant(K_W, s)), random_.percent(70) ? constant(K_W, s) : bits());
@@ -662,8 +650,8 @@ class GENERATOR {
             int s = random_.below(width);
             return sh(SLL, sh(SRL, x, constant(K_W, s)), random_.percent(70) ? constant(K_W, s) : bits());
         }
-        case 2:
-            return sh(random_.one_in(2) ? SLL : SRL, sh(random_.one_in(2) ? SLL : SRL, x, bits()), bits());
+        case 2: return sh(random_.one_in(2) ? SLL : SRL, sh(random_.one_in(2) ? SLL : SRL, x, bits()), bits());
+        case 3:
             return b(bitop(), b(ANDB, x, constant(k, m)),
                      b(ANDB, random_.one_in(2) ? again() : other(), constant(k, random_.one_in(2) ? ~m : mask())));
         case 4: return b(ANDB, b(bitop(), x, constant(k, mask())), constant(k, m));
@@ -802,6 +790,39 @@ class GENERATOR {
                                           : maketree(random_.one_in(2) ? ANDAND : OROR, first, second, type(K_W)));
         }
         case 48: return as_k(maketree(random_.one_in(2) ? ANDAND : OROR, x, other(), type(K_W)));
+        case 49:   // rounded, or divided, against itself
+        case 50: { // and with known bounds
+            if (random_.one_in(2)) x = b(ANDB, x, constant(k, low_ones(random_.below(width))));
+            auto near = [&](NODE* n) { return random_.one_in(2) ? n : b(sum(), n, constant(k, random_.below(20))); };
+            NODE* d = constant(k, random_.one_in(2) ? 1 + random_.below(12) : int64_t{1} << random_.below(6));
+            NODE* itself = again();
+            if (random_.one_in(4)) return as_k(rel(near(itself), b(ANDB, x, constant(k, -d->u.lval.to_i64()))));
+            if (random_.one_in(2)) return as_k(rel(b(MULT, b(DIV, x, d), copy_tree(d)), near(itself)));
+            x = b(DIV, near(x), d);
+            return as_k(random_.one_in(2) ? rel(x, itself) : rel(itself, x));
+        }
+        case 51: { // an offset under an unsigned order, and masks of another type
+            KIND from = any_int();
+            NODE* n =
+                convert(binary(ANDB, from, value(from, small, limits), constant(from, low_ones(random_.below(17)))), k);
+            if (random_.one_in(2)) return as_k(rel(n, x));
+            return as_k(maketree(ULE + random_.below(4), b(sum(), n, c()), c(), type(K_W)));
+        }
+        case 52: { // products of sums that are too large to be multiplied out, and multiples of the same term
+            auto large = [&] { return constant(k, special_value(random_, k)); };
+            NODE* first = b(MULT, random_.one_in(3) ? b(MINUS, large(), x) : b(sum(), x, large()), large());
+            NODE* second = random_.one_in(3)   ? again()
+                           : random_.one_in(2) ? b(MULT, again(), c())
+                                               : b(MULT, b(sum(), again(), large()), c());
+            return b(sum(), random_.one_in(2) ? first : b(sum(), other(), first), second);
+        }
+        case 53: { // multiples of powers of two
+            auto scaled = [&](NODE* n) {
+                int by = random_.below(width - 1);
+                return random_.one_in(3) ? sh(SLL, n, constant(K_W, by)) : b(MULT, n, constant(k, int64_t{1} << by));
+            };
+            return b(random_.one_in(2) ? sum() : bitop(), scaled(x), scaled(other()));
+        }
         default: return b(bitop(), u(NOTB, x), random_.one_in(2) ? u(NOTB, other()) : other());
         }
     }

@@ -122,6 +122,7 @@ int add(const char* name, TYPE* type, bool local, int points_to = -1) {
     KIND kind = kind_of_type(type);
     uint32_t units = type->size() / 16;
     if (kind == K_BLOCK) sym->flags |= SYM_ALIASED;
+    if (kind != K_BLOCK && local) sym->flags &= static_cast<uint8_t>(~SYM_ALIASED); // no tree takes its address
     world.variables.push_back({sym, kind, first_address + next_unit, units, is_volatile, local, points_to});
     for (uint32_t i = 0; i < units; i++) world.owner[next_unit + i] = static_cast<uint8_t>(index + 1);
     next_unit += (units + 3) / 4 * 4 + (kind == K_BLOCK ? 16 : 0); // as the interpreter places static objects

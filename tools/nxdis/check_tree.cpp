@@ -13,15 +13,13 @@ namespace {
 bool has_entry(int op) { // opcodes that have a name and may stand in a file
     static const auto known = [] {
         std::array<bool, 256> k{};
-#define OPCODE(no, name, text, n, op, inv, com, flags)                                                                 \
+#define OPCODE(no, name, text, n, op, inv, com, cls, flags)                                                            \
     if (no <= LAST_FILE_OPCODE) k[no] = true;
 #include "ir/opcodes.def"
         return k;
     }();
     return known[static_cast<size_t>(op) & 0xFF];
 }
-
-bool relation(int op) { return op >= EQ && op <= UGT; }
 
 bool typeless(int op) {
     return op == LABEL || op == COMMA || op == CASE || op == DEFAULT || op == ENDINIT || op == SKIP;
@@ -177,7 +175,7 @@ bool CHECKER::lvalue(const TREE& t, int n) const {
         else if (e.op == COMMAOP)
             n = e.right;
         else
-            return e.op == CALL || e.op == UCALL; // a member of a call's result
+            return opcode_is_call(e.op); // a member of a call's result
     }
 }
 
@@ -194,51 +192,31 @@ void CHECKER::operands(const TREE& t, int n) {
     const ENODE& e = t[n];
     const auto type_of = [&](int k) { return t[k].type; };
     const auto is_int = [&] { return machine_class(e.type) == MACHINE_CLASS{'i', 32, true, 0}; };
-    if (relation(e.op)) {
-        need(is_int(), t, n, "its type is not int");
-        need(same(type_of(e.left), type_of(e.right)), t, n, "its operands have different types");
-        return;
-    }
-    switch (e.op) {
-    case PLUS:
-    case MINUS:
-    case MULT:
-    case DIV:
-    case MOD:
-    case ANDB:
-    case ORB:
-    case XORB:
-    case UMINUS:
-    case NOTB:
-    case ABS:
-    case SQR:
-    case SQRT: return arithmetic(t, n);
-    case SLL:
-    case SRL:
+    switch (opcode_class(e.op)) {
+    case CLASS_ARITHMETIC:
+    case CLASS_UNARY: return arithmetic(t, n);
+    case CLASS_SHIFT:
         need(same(e.type, type_of(e.left)), t, n, "its left operand has another type");
         need(machine_class(type_of(e.right)).kind == 'i', t, n, "its right operand is no integer");
         return;
+    case CLASS_COMPARISON:
+        need(is_int(), t, n, "its type is not int");
+        need(same(type_of(e.left), type_of(e.right)), t, n, "its operands have different types");
+        return;
+    case CLASS_ASG:
+    case CLASS_OP_ASG:
+    case CLASS_COPY:
+    case CLASS_INCREMENT: return assignment(t, n);
+    case CLASS_CALL: return call(t, n);
+    default: break;
+    }
+    switch (e.op) {
     case ANDAND:
     case OROR: need(types.is_scalar(type_of(e.right)), t, n, "its right operand is no scalar"); [[fallthrough]];
     case EXCLAIM:
         need(is_int(), t, n, "its type is not int");
         need(types.is_scalar(type_of(e.left)), t, n, "its operand is no scalar");
         return;
-    case ASG:
-    case STASG:
-    case ARASG:
-    case PLUSASG:
-    case MINUSASG:
-    case MULTASG:
-    case DIVASG:
-    case MODASG:
-    case ANDBASG:
-    case ORBASG:
-    case XORBASG:
-    case SLLASG:
-    case SRLASG:
-    case PLUSPLUS:
-    case MINMIN: return assignment(t, n);
     case UMULT: need(types.pointee(type_of(e.left)) != 0, t, n, "its operand is no pointer"); return;
     case UAND:
         need(t[e.left].op == NAME || lvalue(t, e.left), t, n, "its operand has no address");
@@ -256,8 +234,6 @@ void CHECKER::operands(const TREE& t, int n) {
         return;
     case CBRANCH: need(types.is_scalar(type_of(e.left)), t, n, "its condition is no scalar"); return;
     case SWITCH: return switch_list(t, n);
-    case CALL:
-    case UCALL: return call(t, n);
     case RETURN:
     case URETURN: {
         const ENODE& f = t[e.left];

@@ -9,7 +9,7 @@ namespace nxtext {
 int operands_in_file(int op) {
     static const auto table = [] {
         std::array<uint8_t, 256> count{};
-#define OPCODE(no, name, text, n, op, inv, com, flags)                                                                 \
+#define OPCODE(no, name, text, n, op, inv, com, cls, flags)                                                            \
     if (no <= LAST_FILE_OPCODE) count[no] = n;
 #include "ir/opcodes.def"
         count[SKIP] = 0; // its table entry says 1, but no record follows it

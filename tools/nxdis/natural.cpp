@@ -7,11 +7,7 @@ namespace nxtext {
 
 namespace {
 
-bool plain_arithmetic(int op) {
-    return op == PLUS || op == MINUS || op == MULT || op == DIV || op == MOD || op == ANDB || op == ORB || op == XORB;
-}
-bool boolean_relation(int op) { return op >= EQ && op <= UGT; }
-bool shift(int op) { return op == SLL || op == SRL || op == SLLASG || op == SRLASG; }
+bool shift(int op) { return opcode_is_shift(op) || op == SLLASG || op == SRLASG; }
 
 uint32_t or_none(uint32_t t) { return t != 0 ? t : no_type; }
 
@@ -40,6 +36,21 @@ uint32_t natural_type(const TREE& t, int node, uint32_t expect, const SCOPE& sco
     const TYPE_TABLE& types = source.types;
     const auto left = [&] { return t[n.left].type; };
     const auto unqualified_left = [&] { return or_none(types.unqualified(left())); };
+    switch (opcode_class(n.op)) {
+    case CLASS_ARITHMETIC: return arithmetic_type(t, n, types, guess);
+    case CLASS_SHIFT:
+    case CLASS_UNARY:
+    case CLASS_ASG:
+    case CLASS_OP_ASG:
+    case CLASS_COPY:
+    case CLASS_INCREMENT: return unqualified_left();
+    case CLASS_COMPARISON: return source.basic(TK_INT);
+    case CLASS_CALL: {
+        const uint32_t f = types.function_of(left());
+        return f != 0 ? or_none(types.facts(f).part) : no_type;
+    }
+    default: break;
+    }
     switch (n.op) {
     case NAME: return or_none(scope.type_of({n.f[0], n.f[1]}));
     case ICON:
@@ -55,51 +66,11 @@ uint32_t natural_type(const TREE& t, int node, uint32_t expect, const SCOPE& sco
         const uint32_t ch = types.find_basic(TK_CHAR);
         return ch != 0 ? source.pointer_to(ch) : no_type;
     }
-    case PLUS:
-    case MINUS:
-    case MULT:
-    case DIV:
-    case MOD:
-    case ANDB:
-    case ORB:
-    case XORB: return arithmetic_type(t, n, types, guess);
-    case SLL:
-    case SRL:
-    case UMINUS:
-    case NOTB:
-    case ABS:
-    case SQR:
-    case SQRT:
     case PMCONV:
     case PVCONV:
     case RECIP:
-    case ASG:
-    case PLUSASG:
-    case MINUSASG:
-    case MULTASG:
-    case DIVASG:
-    case MODASG:
-    case ANDBASG:
-    case ORBASG:
-    case XORBASG:
-    case SLLASG:
-    case SRLASG:
-    case PLUSPLUS:
-    case MINMIN:
-    case STASG:
-    case ARASG:
     case STARG:
     case COLON: return unqualified_left();
-    case EQ:
-    case NEQ:
-    case LE:
-    case LT:
-    case GE:
-    case GT:
-    case ULE:
-    case ULT:
-    case UGE:
-    case UGT:
     case ANDAND:
     case OROR:
     case EXCLAIM:
@@ -148,11 +119,6 @@ uint32_t natural_type(const TREE& t, int node, uint32_t expect, const SCOPE& sco
         const uint32_t f = types.function_of(scope.type_of({0, static_cast<uint32_t>(scope.function)}));
         return f != 0 ? or_none(types.facts(f).part) : no_type;
     }
-    case CALL:
-    case UCALL: {
-        const uint32_t f = types.function_of(left());
-        return f != 0 ? or_none(types.facts(f).part) : no_type;
-    }
     case MEMCPY: {
         const uint32_t v = types.find_basic(TK_VOID);
         return v != 0 ? source.pointer_to(v) : no_type;
@@ -172,21 +138,18 @@ uint32_t right_expectation(const TREE& t, int node, uint32_t expect, const TYPE_
     const ENODE& n = t[node];
     const uint32_t left = types.unqualified(t[n.left].type);
     if (shift(n.op) || types.is_pointer(left)) return 0;
-    if (plain_arithmetic(n.op) || n.op == ASG || boolean_relation(n.op)) return left;
-    switch (n.op) {
-    case PLUSASG:
-    case MINUSASG:
-    case MULTASG:
-    case DIVASG:
-    case MODASG:
-    case ANDBASG:
-    case ORBASG:
-    case XORBASG:
-    case PLUSPLUS:
-    case MINMIN: {
+    switch (opcode_class(n.op)) {
+    case CLASS_ARITHMETIC:
+    case CLASS_COMPARISON:
+    case CLASS_ASG: return left;
+    case CLASS_OP_ASG:
+    case CLASS_INCREMENT: {
         const uint8_t k = types.facts(left).kind; // the narrow ones are promoted to int
         return k <= 5 ? 0 : left;
     }
+    default: break;
+    }
+    switch (n.op) {
     case COLON: return expect != 0 ? expect : left;
     case COMMAOP:
     case QUEST: return expect;
@@ -195,8 +158,7 @@ uint32_t right_expectation(const TREE& t, int node, uint32_t expect, const TYPE_
 }
 
 uint32_t operand_expectation(int op, uint32_t expect) {
-    return op == UMINUS || op == NOTB || op == ABS || op == SQR || op == SQRT || op == EPVAL || op == DDNODE ? expect
-                                                                                                             : 0;
+    return opcode_class(op) == CLASS_UNARY || op == EPVAL || op == DDNODE ? expect : 0;
 }
 
 uint32_t argument_expectation(uint32_t callee_type, size_t i, const TYPE_TABLE& types) {

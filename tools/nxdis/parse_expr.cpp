@@ -17,31 +17,6 @@ struct DEPTH {
     ~DEPTH() { depth--; }
 };
 
-// Number of fields in brackets behind the word of an opcode; -1 for one string.
-int field_count(int op) {
-    switch (op) {
-    case LABEL:
-    case SWITCH:
-    case UCALL:
-    case EPVAL:
-    case SKIP:
-    case ICON:
-    case FILE_OPCODE_VREG: return 1;
-    case NAME:
-    case CALL: return 2;
-    case FIELD:
-    case DDNODE: return 3;
-    case FCON:
-    case LCON:
-    case SCON:
-    case ICALL:
-    case UICALL:
-    case MCALL:
-    case UMCALL: return -1;
-    default: return 0;
-    }
-}
-
 } // namespace
 
 // An address whose pointer type does not exist yet waits with it until it is an operand: in front of that a suffix may

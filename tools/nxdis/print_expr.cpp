@@ -14,7 +14,7 @@ const std::string& opcode_word(int op) {
     static const auto words = [] {
         std::array<std::string, 256> w;
         for (size_t i = 0; i < 256; i++) w[i] = "op" + std::to_string(i);
-#define OPCODE(no, name, text, n, op, inv, com, flags)                                                                 \
+#define OPCODE(no, name, text, n, op, inv, com, cls, flags)                                                            \
     if (no <= LAST_FILE_OPCODE) w[no] = #name;
 #include "ir/opcodes.def"
         w[FILE_OPCODE_VREG] = "vreg";
@@ -37,46 +37,50 @@ int opcode_of_word(const std::string& word) {
     return found == numbers.end() ? -1 : found->second;
 }
 
-const char* infix_text(int op) {
+int field_count(int op) {
     switch (op) {
-    case PLUS: return "+";
-    case MINUS: return "-";
-    case MULT: return "*";
-    case DIV: return "/";
-    case MOD: return "%";
-    case ANDB: return "&";
-    case ORB: return "|";
-    case XORB: return "^";
-    case SLL: return "<<";
-    case SRL: return ">>";
-    case ANDAND: return "&&";
-    case OROR: return "||";
-    case EQ: return "==";
-    case NEQ: return "!=";
-    case LE: return "<=";
-    case LT: return "<";
-    case GE: return ">=";
-    case GT: return ">";
-    case ULE: return "u<=";
-    case ULT: return "u<";
-    case UGE: return "u>=";
-    case UGT: return "u>";
-    case ASG: return "=";
-    case STASG: return ":=";
-    case PLUSASG: return "+=";
-    case MINUSASG: return "-=";
-    case MULTASG: return "*=";
-    case DIVASG: return "/=";
-    case MODASG: return "%=";
-    case ANDBASG: return "&=";
-    case ORBASG: return "|=";
-    case XORBASG: return "^=";
-    case SLLASG: return "<<=";
-    case SRLASG: return ">>=";
-    case PLUSPLUS: return "++";
-    case MINMIN: return "--";
-    default: return nullptr;
+    case LABEL:
+    case SWITCH:
+    case UCALL:
+    case EPVAL:
+    case SKIP:
+    case ICON:
+    case FILE_OPCODE_VREG: return 1;
+    case NAME:
+    case CALL: return 2;
+    case FIELD:
+    case DDNODE: return 3;
+    case FCON:
+    case LCON:
+    case SCON:
+    case ICALL:
+    case UICALL:
+    case MCALL:
+    case UMCALL: return -1;
+    default: return 0;
     }
+}
+
+namespace {
+
+// Operators of two values whose listing text stands between them.
+bool is_infix(int op) {
+    return opcode_is_binary_arithmetic(op) || opcode_is_shift(op) || opcode_is_comparison(op) || op == ANDAND ||
+           op == OROR || assigns(op);
+}
+
+} // namespace
+
+const char* infix_text(int op) {
+    static const auto texts = [] {
+        std::array<const char*, 256> t{};
+#define OPCODE(no, name, text, n, op, inv, com, cls, flags)                                                            \
+    if (is_infix(no)) t[no] = text;
+#include "ir/opcodes.def"
+        t[STASG] = ":="; // "=" is taken
+        return t;
+    }();
+    return op >= 0 && op < 256 ? texts[static_cast<size_t>(op)] : nullptr;
 }
 
 const char* prefix_text(int op) {
@@ -90,25 +94,7 @@ const char* prefix_text(int op) {
     }
 }
 
-bool assigns(int op) {
-    switch (op) {
-    case ASG:
-    case STASG:
-    case PLUSASG:
-    case MINUSASG:
-    case MULTASG:
-    case DIVASG:
-    case MODASG:
-    case ANDBASG:
-    case ORBASG:
-    case XORBASG:
-    case SLLASG:
-    case SRLASG:
-    case PLUSPLUS:
-    case MINMIN: return true;
-    default: return false;
-    }
-}
+bool assigns(int op) { return opcode_is_store(op) && op != ARASG; }
 
 // ------------------------------------------------------------------------------------------------------------- leaves
 
@@ -242,33 +228,13 @@ void PRINTER::call(const TREE& t, int n) {
 void PRINTER::generic(const TREE& t, int n, uint32_t expect) {
     const ENODE& e = t[n];
     out += opcode_word(e.op);
-    const auto numbers = [&](size_t count) {
+    const int fields = field_count(e.op);
+    if (fields < 0) {
+        out += "[" + quote_string(e.text) + "]";
+    } else if (fields > 0 || e.left < 0) {
         out += '[';
-        for (size_t i = 0; i < count; i++) out += (i == 0 ? "" : ", ") + std::to_string(e.f[i]);
+        for (int i = 0; i < fields; i++) out += (i == 0 ? "" : ", ") + std::to_string(e.f[i]);
         out += ']';
-    };
-    switch (e.op) {
-    case LABEL:
-    case SWITCH:
-    case UCALL:
-    case EPVAL:
-    case SKIP:
-    case ICON:
-    case FILE_OPCODE_VREG: numbers(1); break;
-    case NAME:
-    case CALL: numbers(2); break;
-    case FIELD:
-    case DDNODE: numbers(3); break;
-    case FCON:
-    case LCON:
-    case SCON:
-    case ICALL:
-    case UICALL:
-    case MCALL:
-    case UMCALL: out += "[" + quote_string(e.text) + "]"; break;
-    default:
-        if (e.left < 0) out += "[]";
-        break;
     }
     if (e.left < 0) return;
     out += '(';

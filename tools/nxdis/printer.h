@@ -13,6 +13,8 @@ namespace nxtext {
 const std::string& opcode_word(int op);
 // Opcode of a word, -1 if it is none.
 int opcode_of_word(const std::string& word);
+// Number of fields in brackets behind the word of an opcode; -1 for one string.
+int field_count(int op);
 // Infix operator of a two-operand opcode, unary operator of a one-operand one; null if it is written as a function.
 const char* infix_text(int op);
 const char* prefix_text(int op);

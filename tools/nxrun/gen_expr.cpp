@@ -26,7 +26,6 @@ int relation_index(int op) {
     default: return 9; // UGE
     }
 }
-bool is_unsigned_relation(int op) { return op >= ULE && op <= UGT; }
 
 bool fits_32(int64_t v) { return v >= INT32_MIN && v <= INT32_MAX; }
 
@@ -211,7 +210,7 @@ VALUE FUNCTION_GEN::arithmetic(NODE* n, int want) {
     VKIND k = scalar_kind(n);
     NODE* left = operand(n);
     NODE* right = operand(n, true);
-    bool is_shift = n->op == SLL || n->op == SRL;
+    bool is_shift = opcode_is_shift(n->op);
     bool is_pointer = n->type->is_ptr() || n->type->is_ref();
     // Sums that one address instruction computes.
     if (is_pointer && is_address_sum(n) && (right->op == ICON || right->op == PMCONV || right->op == MULT))
@@ -287,17 +286,17 @@ bool FUNCTION_GEN::unify_for_comparison(int& op, VALUE& a, VALUE& b, const NODE*
     else
         k = a.kind;
     if (is_float_kind(k)) {
-        if (is_unsigned_relation(op)) op = op == ULE ? LE : op == ULT ? LT : op == UGE ? GE : GT;
+        if (opcode_is_unsigned_comparison(op)) op = op == ULE ? LE : op == ULT ? LT : op == UGE ? GE : GT;
         a = in_slot(convert(a, k));
         b = in_slot(convert(b, k));
         return true;
     }
-    if (is_unsigned_relation(op) && is_signed_kind(k)) k = static_cast<VKIND>(k + 1); // the bit patterns
+    if (opcode_is_unsigned_comparison(op) && is_signed_kind(k)) k = static_cast<VKIND>(k + 1); // the bit patterns
     a = convert(a, k);
     b = convert(b, k);
     // Slots hold mathematical values: only unsigned 64-bit ones need a comparison of their own.
-    if (is_unsigned_relation(op) && k != V_UL) op = op == ULE ? LE : op == ULT ? LT : op == UGE ? GE : GT;
-    if (!is_unsigned_relation(op) && k == V_UL && op != EQ && op != NEQ)
+    if (opcode_is_unsigned_comparison(op) && k != V_UL) op = op == ULE ? LE : op == ULT ? LT : op == UGE ? GE : GT;
+    if (!opcode_is_unsigned_comparison(op) && k == V_UL && op != EQ && op != NEQ)
         op = op == LE ? ULE : op == LT ? ULT : op == GE ? UGE : UGT;
     return false;
 }
@@ -375,20 +374,12 @@ void FUNCTION_GEN::condition(NODE* n, bool when, uint32_t target) {
         }
         break;
     }
-    case EQ:
-    case NEQ:
-    case LE:
-    case LT:
-    case GE:
-    case GT:
-    case ULE:
-    case ULT:
-    case UGE:
-    case UGT:
-        count_node();
-        relation_jump(n, when, target);
-        break;
     default: {
+        if (opcode_is_comparison(n->op)) {
+            count_node();
+            relation_jump(n, when, target);
+            break;
+        }
         VALUE v = value(n);
         count(C_br_total);
         if (is_float_kind(v.kind)) {
@@ -485,7 +476,7 @@ VALUE FUNCTION_GEN::op_assign(NODE* n, bool used, int want) {
     NODE* right = operand(n, true);
     VKIND k = kind_of(left->type);
     if (!is_scalar_kind(k)) fail(std::string(opname(n->op)) + " to what is no scalar");
-    bool is_shift = op == SLL || op == SRL;
+    bool is_shift = opcode_is_shift(op);
     VALUE r = value(right);
     VKIND rk = r.kind;
     if (!is_scalar_kind(rk)) fail(std::string(opname(n->op)) + " of what is no scalar");
@@ -597,6 +588,19 @@ void FUNCTION_GEN::release_above(int keep, VALUE& v) {
 }
 
 VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
+    switch (opcode_class(n->op)) {
+    case CLASS_ARITHMETIC:
+    case CLASS_SHIFT: return arithmetic(n, want);
+    case CLASS_UNARY: return unary(n, want);
+    case CLASS_COMPARISON: return relation(n, want);
+    case CLASS_ASG: return assign(n, true, want);
+    case CLASS_OP_ASG: return op_assign(n, true, want);
+    case CLASS_COPY: return address_value(assign_block(n), want);
+    case CLASS_INCREMENT: return post_step(n, true, want);
+    case CLASS_CALL: return call(n, want);
+    case CLASS_BUILTIN: return builtin(n, want);
+    default: break;
+    }
     switch (n->op) {
     case ICON:
     case LCON:
@@ -622,32 +626,7 @@ VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
         if (lv.local != nullptr || lv.is_bits) fail("address of what has none");
         return address_value(lv.place, want);
     }
-    case PLUS:
-    case MINUS:
-    case MULT:
-    case DIV:
-    case MOD:
-    case ANDB:
-    case ORB:
-    case XORB:
-    case SLL:
-    case SRL: return arithmetic(n, want);
-    case UMINUS:
-    case NOTB:
-    case ABS:
-    case SQR:
-    case SQRT:
     case RECIP: return unary(n, want);
-    case EQ:
-    case NEQ:
-    case LE:
-    case LT:
-    case GE:
-    case GT:
-    case ULE:
-    case ULT:
-    case UGE:
-    case UGT: return relation(n, want);
     case EXCLAIM: {
         VKIND k = scalar_kind(n);
         VALUE a = value(operand(n));
@@ -666,21 +645,6 @@ VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
     case FRIEEE: return coerced(value(operand(n)), scalar_kind(n), n, want);
     case PMCONV:
     case PVCONV: return scaled(n, want);
-    case ASG: return assign(n, true, want);
-    case PLUSASG:
-    case MINUSASG:
-    case MULTASG:
-    case DIVASG:
-    case MODASG:
-    case ANDBASG:
-    case ORBASG:
-    case XORBASG:
-    case SLLASG:
-    case SRLASG: return op_assign(n, true, want);
-    case PLUSPLUS:
-    case MINMIN: return post_step(n, true, want);
-    case STASG:
-    case ARASG: return address_value(assign_block(n), want);
     case STARG: return address_value(place_of_object(operand(n)), want);
     case COMMAOP:
         for (; n->op == COMMAOP; n = operand(n, true)) effect(operand(n));
@@ -689,13 +653,7 @@ VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
         effect(operand(n));
         effect(operand(n, true));
         return VALUE::of(0, V_W);
-    case CALL:
-    case UCALL: return call(n, want);
     case MEMCPY: return block_copy_call(n);
-    case ICALL:
-    case UICALL:
-    case MCALL:
-    case UMCALL: return builtin(n, want);
     case EPVAL:
     case DDNODE:
     case ASSERT: return value(operand(n), want);

@@ -183,7 +183,7 @@ void FUNCTION_GEN::scan_tree(NODE* root, STATEMENT& s) {
                                              units_of_kind(k) == units_of_kind(local.kind));
             if (!alike) local.in_memory = true;
         }
-        if (n != root && (opcode_is_ASG(n->op) || n->op == PLUSPLUS || n->op == MINMIN)) s.nested_effects = true;
+        if (n != root && opcode_is_store(n->op)) s.nested_effects = true;
         if (n->right != nullptr) work.push_back(n->right);
         if (n->left != nullptr) work.push_back(n->left);
     }
@@ -199,7 +199,7 @@ void FUNCTION_GEN::mark_hazards(NODE* root) {
     while (!work.empty()) {
         NODE* n = work.back();
         work.pop_back();
-        bool assigns = opcode_is_ASG(n->op) || n->op == PLUSPLUS || n->op == MINMIN;
+        bool assigns = opcode_is_store(n->op);
         NODE* to = n->left;
         while (assigns && to != nullptr && (to->op == EPVAL || to->op == DDNODE || to->op == COMMAOP))
             to = to->op == COMMAOP ? to->right : to->left;
@@ -398,50 +398,26 @@ void FUNCTION_GEN::effect(NODE* n) {
             work.push_back(operand(n));
             continue;
         }
-        switch (n->op) {
-        case ASG:
+        switch (opcode_class(n->op)) {
+        case CLASS_ASG:
             count_node();
             assign(n, false, no_slot);
             break;
-        case PLUSASG:
-        case MINUSASG:
-        case MULTASG:
-        case DIVASG:
-        case MODASG:
-        case ANDBASG:
-        case ORBASG:
-        case XORBASG:
-        case SLLASG:
-        case SRLASG:
+        case CLASS_OP_ASG:
             count_node();
             op_assign(n, false, no_slot);
             break;
-        case PLUSPLUS:
-        case MINMIN:
+        case CLASS_INCREMENT:
             count_node();
             post_step(n, false, no_slot);
             break;
-        case STASG:
-        case ARASG: assign_block(n); break;
-        case NOP: break;
-        case NASSERT:
-            if (unit_.options.check_asserts) {
-                uint32_t holds = new_label();
-                condition(operand(n), true, holds);
-                stop("assertion of the file does not hold");
-                bind(holds);
-            }
-            break;
-        case NAME:
-        case STDOT:
-        case STREF:
-        case UMULT:
+        case CLASS_COPY: assign_block(n); break;
+        case CLASS_LVALUE:
             // A struct whose value nobody takes; a scalar is read, as it may be volatile.
             if (kind_of(n->type) == V_BLOCK || kind_of(n->type) == V_VOID || kind_of(n->type) == V_FUNC) break;
             value(n);
             break;
-        case CALL:
-        case UCALL:
+        case CLASS_CALL:
             count_node();
             if (kind_of(n->type) == V_BLOCK)
                 call_block(n);
@@ -449,6 +425,15 @@ void FUNCTION_GEN::effect(NODE* n) {
                 call(n, no_slot);
             break;
         default:
+            if (n->op == NOP) break;
+            if (n->op == NASSERT) {
+                if (!unit_.options.check_asserts) break;
+                uint32_t holds = new_label();
+                condition(operand(n), true, holds);
+                stop("assertion of the file does not hold");
+                bind(holds);
+                break;
+            }
             if (n->type != nullptr && kind_of(n->type) == V_BLOCK && n->op != UAND)
                 place_of_object(n);
             else

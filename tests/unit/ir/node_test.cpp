@@ -54,6 +54,43 @@ TEST_F(nodes, tables_agree_with_themselves) {
     EXPECT_STREQ(opname(200), "?NODE?");
 }
 
+// A row in the wrong class would let every switch over the classes treat its opcode as another one.
+TEST_F(nodes, classes_agree_with_the_other_columns) {
+    int members[CLASS_BUILTIN + 1] = {};
+    bool assigned[256] = {}; // opcodes that have an assignment operator
+    for (int op = 0; op < 256; op++) {
+        SCOPED_TRACE(opname(op));
+        const OPCODE_CLASS c = opcode_class(op);
+        const int operands = number_of_operands[op];
+        members[c]++;
+        EXPECT_EQ(opcode_is_comparison(op), boolean_inv[op] != ILLOP);
+        EXPECT_EQ(opcode_is_op_assignment(op), op_of_opASG[op] != ILLOP);
+        if (opcode_is_op_assignment(op)) assigned[op_of_opASG[op]] = true;
+        if (opcode_is_comparison(op)) { EXPECT_TRUE(boolean_result[op]); }
+        if (opcode_is_unsigned_comparison(op)) { EXPECT_TRUE(opcode_is_comparison(op)); }
+        if (opcode_is_store(op) || opcode_is_call(op)) { EXPECT_TRUE(side_effects[op]); }
+        if (opcode_is_binary_arithmetic(op) || opcode_is_shift(op) || opcode_is_comparison(op) || opcode_is_store(op)) {
+            EXPECT_EQ(operands, 2);
+        }
+        if (c == CLASS_UNARY) { EXPECT_EQ(operands, 1); }
+        if (c != CLASS_OTHER) { EXPECT_LE(op, LAST_FILE_OPCODE); }
+    }
+    for (int op = 0; op < 256; op++)
+        EXPECT_EQ(assigned[op], opcode_is_binary_arithmetic(op) || opcode_is_shift(op)) << opname(op);
+    EXPECT_EQ(members[CLASS_LVALUE], 4);
+    EXPECT_EQ(members[CLASS_UNARY], 5);
+    EXPECT_EQ(members[CLASS_COMPARISON], 10);
+    EXPECT_EQ(members[CLASS_CALL], 2);
+    EXPECT_EQ(members[CLASS_BUILTIN], 4);
+    EXPECT_TRUE(opcode_is_lvalue(NAME) && opcode_is_lvalue(UMULT) && opcode_is_lvalue(STDOT) &&
+                opcode_is_lvalue(STREF));
+    EXPECT_TRUE(opcode_is_ASG(ASG) && opcode_is_ASG(SRLASG) && opcode_is_ASG(STASG) && opcode_is_ASG(ARASG));
+    EXPECT_TRUE(opcode_is_store(PLUSPLUS) && opcode_is_store(MINMIN) && !opcode_is_ASG(PLUSPLUS));
+    EXPECT_TRUE(opcode_is_call(CALL) && opcode_is_call(UCALL) && opcode_is_builtin_call(UMCALL));
+    EXPECT_EQ(opcode_class(-1), CLASS_OTHER);
+    EXPECT_EQ(opcode_class(256), CLASS_OTHER);
+}
+
 TEST_F(nodes, constants_take_their_type) {
     NODE* lcon = new_node(LCON, tp->uint_type());
     lcon->mk_lcon("-1");

@@ -115,6 +115,76 @@ TEST_F(Arithmetic, CommonFactorUnlessSixteenBits) {
     EXPECT_EQ(kept, "(((int)h * 7) + ((int)g * 7))");
 }
 
+TEST_F(Arithmetic, SumsThatAreTooLargeToMultiplyOut) {
+    const long long big = 0x40000000; // times 7: beyond 32 bits, 0xC0000000 of them stay
+    auto product = [&] { return op(MULT, op(PLUS, n(x), c(big)), c(7)); };
+    EXPECT_EQ(simp(product()), "((x + 1073741824) * 7)");
+    EXPECT_EQ(simp(op(PLUS, product(), n(x))), "((x * 8) + -1073741824)");
+    EXPECT_EQ(simp(op(PLUS, op(PLUS, n(y), product()), op(MULT, n(x), c(3)))), "(((x * 10) + y) + -1073741824)");
+    EXPECT_EQ(simp(op(MINUS, n(x), product())), "((x * -6) + 1073741824)");
+    EXPECT_EQ(simp(op(MINUS, product(), op(MULT, n(x), c(7)))), "-1073741824");
+    // (big - x) * 7 + x is 7 * big - 6 * x
+    EXPECT_EQ(simp(op(PLUS, op(MULT, op(MINUS, c(big), n(x)), c(7)), n(x))), "((x * -6) + -1073741824)");
+    // Small ones are multiplied out, and then merge like any terms.
+    EXPECT_EQ(simp(op(PLUS, op(MULT, op(PLUS, n(x), c(5)), c(3)), n(x))), "((x * 4) + 15)");
+    EXPECT_EQ(simp(op(PLUS, op(MULT, op(MINUS, c(5), n(x)), c(3)), n(x))), "(15 - (x * 2))");
+    EXPECT_EQ(simp(op(MINUS, op(MULT, op(PLUS, n(x), c(5)), c(6)), op(MULT, op(PLUS, n(x), c(1)), c(4)))),
+              "((x * 2) + 26)");
+}
+
+TEST_F(Arithmetic, CommonPowersOfTwo) {
+    auto times = [&](SYMTAB* sym, long long k) { return op(MULT, n(sym), c(k)); };
+    EXPECT_EQ(simp(op(MINUS, times(x, 8), times(y, 4))), "(((x * 2) - y) * 4)");
+    EXPECT_EQ(simp(op(MINUS, times(x, 4), times(y, 16))), "((x - (y * 4)) * 4)");
+    EXPECT_EQ(simp(op(MINUS, op(SLL, n(x), c(3)), times(y, 2))), "(((x << 2) - y) * 2)");
+    EXPECT_EQ(simp(op(PLUS, times(x, 8), times(y, 4))), "(((x * 2) + y) * 4)");
+    // Products of 16-bit factors are one step each.
+    SYMTAB* g = symbol("g", short_type);
+    for (int opcode : {PLUS, MINUS}) {
+        NODE* tree = op(opcode, op(MULT, wide(h), c(8)), op(MULT, wide(g), c(4)));
+        EXPECT_EQ(simp(tree), std::string("(((int)h * 8) ") + sign(opcode) + " ((int)g * 4))");
+    }
+}
+
+TEST_F(Arithmetic, ConstantsJoinExactlyAsTheNodeReadsThem) {
+    // (x + -1) + 0x80000000u: as an int that adds INT_MIN, which only a positive x stands; x + INT_MAX is another sum.
+    NODE* tree = exact(PLUS, exact(PLUS, n(x), c(-1)), cu(0x80000000LL));
+    tree = simp_tree(tree);
+    EXPECT_EQ(show(tree), "(x + 2147483647)");
+    EXPECT_EQ(tree->flags & NODE_NO_WRAP, 0);
+    erase_tree(tree);
+}
+
+TEST_F(Arithmetic, Powers) {
+    auto power = [&](NODE* base, NODE* exponent) { return op(EXPT, base, exponent); };
+    EXPECT_EQ(simp(power(n(x), c(0))), "1");
+    EXPECT_EQ(simp(power(n(x), c(1))), "x");
+    EXPECT_EQ(simp(power(c(1), n(x))), "1");
+    EXPECT_EQ(simp(power(c(0), c(3))), "0");
+    EXPECT_EQ(simp(power(c(0), n(x))), "(0 ** x)"); // 0 ** 0 is 1
+    EXPECT_EQ(simp(power(n(x), c(-1))), "(x ** -1)");
+    EXPECT_EQ(simp(power(n(volatile_), c(0))), "(v ** 0)");
+    EXPECT_EQ(simp(op(EXPT, n(d), c(1), tp->double_type())), "d");
+}
+
+TEST_F(Arithmetic, ComplexParts) {
+    TYPE* part = tp->double_type();
+    TYPE* pair_type = complex_type_for_part(part);
+    SYMTAB *e = symbol("e", part), *z2 = symbol("z2", pair_type), *z3 = symbol("z3", pair_type);
+    SYMTAB* hard = symbol("hard", tp->mk_qual(part, QUAL_VOLATILE));
+    auto pair = [&](NODE* re, NODE* im) { return op(COMPLEX, re, im, pair_type); };
+    auto part_of = [&](int opcode, NODE* whole) { return op(opcode, whole, nullptr, part); };
+    EXPECT_EQ(simp(part_of(REAL, pair(n(d), n(e)))), "d");
+    EXPECT_EQ(simp(part_of(IMAG, pair(n(d), n(e)))), "e");
+    std::string kept = simp(part_of(REAL, pair(n(d), n(hard))));
+    EXPECT_NE(kept.find("hard"), std::string::npos) << kept;
+    EXPECT_EQ(simp(pair(part_of(REAL, n(z2)), part_of(IMAG, n(z2)))), "z2");
+    for (auto [first, second] : {std::pair{REAL, z3}, {IMAG, z2}}) {
+        std::string other = simp(pair(part_of(first, n(z2)), part_of(IMAG, n(second))));
+        EXPECT_NE(other, "z2");
+    }
+}
+
 TEST_F(Arithmetic, Shifts) {
     EXPECT_EQ(simp(op(SRL, op(SLL, n(u), c(3), uint_type), c(3), uint_type)), "(u & 536870911)");
     EXPECT_EQ(simp(op(SLL, n(x), c(40))), "0");
@@ -172,6 +242,15 @@ TEST_F(Arithmetic, PointersAndRareOperators) {
     SYMTAB* p = symbol("p", type);
     auto plus_c = [&](NODE* a, long long k) { return op(PLUS, a, c(k), type); };
     EXPECT_EQ(simp(op(PLUS, n(p), mk_SCONV(n(u), int_type), type)), "(u + p)");
+    TYPE* long_type = tp->llong_type();
+    SYMTAB* q = symbol("q", long_type);
+    // Only the low bits of a wider index count, of a narrower one all that the conversion makes of them.
+    EXPECT_EQ(simp(op(PLUS, n(p), mk_SCONV(n(q), int_type), type)), "(p + q)");
+    EXPECT_EQ(simp(op(PLUS, n(p), wide(h), type)), "((int)h + p)");
+    SYMTAB* text = symbol("text", tp->mk_ptr(tp->char_type()));
+    NODE* from_text = maketree(PCONV, n(text), nullptr, type);
+    EXPECT_EQ(simp(op(PLUS, from_text, op(PLUS, n(x), c(3)), type)), "((PCONVtext + x) + 3)");
+    EXPECT_EQ(simp(op(PLUS, n(p), op(PLUS, op(MULT, n(x), n(y)), c(3)), type)), "(((x * y) + p) + 3)");
     EXPECT_EQ(simp(op(MINUS, plus_c(n(p), 6), c(2), type)), "(p + 4)");
     EXPECT_EQ(simp(op(MINUS, op(PLUS, n(p), n(x), type), n(p))), "x");
     EXPECT_EQ(simp(op(MINUS, plus_c(op(PLUS, n(p), n(x), type), 3), plus_c(n(p), 1))), "(x + 2)");

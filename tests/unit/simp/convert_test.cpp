@@ -101,6 +101,7 @@ TEST_F(Convert, shapes) {
     EXPECT_EQ(simplified(to(wide, mk_PCONV(icon(-1), p->type))), "4294967295") << "an address is unsigned";
     NODE* argument = maketree(ACONV, to(int_type, name(symbol("c", char_type))), nullptr, wide);
     EXPECT_EQ(simplified(argument), "ACONV(c)");
+    EXPECT_EQ(simplified(maketree(ACONV, icon(-1), nullptr, tp->uchar_type()->normalized())), "65535");
 }
 
 TEST_F(Convert, coercions) {

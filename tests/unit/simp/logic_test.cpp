@@ -1,7 +1,10 @@
 // Chains, masks and the bitwise operators: shapes that must come out, and cases that must stay.
 #include "simp_fixture.h"
 
+#include "ir/vars.h"
 #include "simp/rules.h"
+
+#include <cstring>
 
 class Logic : public Simplify {
   protected:
@@ -186,4 +189,122 @@ TEST_F(Logic, Unary) {
     // 0.0 - 0.0 is 0.0, its negation is not.
     SYMTAB* d = symbol("d", double_type);
     EXPECT_EQ(stable(neg(op(MINUS, n(d), n(d), double_type))), "U-(-(d d))");
+}
+
+TEST_F(Logic, ConstantsOfOneOrUnderAMaskDoNotFight) {
+    // What the outer constant hides and what the mask needs choose the inner constant alike.
+    NODE* sum = op(MINUS, n(c), icon(31), uchar_type);
+    NODE* inner = maketree(ORB, sum, mk_ICON(INT65(0x653A), uchar_type), uchar_type);
+    NODE* masked = maketree(ANDB, inner, mk_ICON(INT65(0xB), uchar_type), uchar_type);
+    std::string result = stable(op(ORB, masked, icon(1)));
+    EXPECT_EQ(result.find("25914"), std::string::npos) << result;
+}
+
+TEST_F(Logic, RootOfASquareOnlyWithoutStrictFloats) {
+    SYMTAB* d = symbol("d", double_type);
+    int saved = strict_fp;
+    for (int strict : {0, 1}) {
+        strict_fp = strict;
+        NODE* tree = maketree(SQRT, maketree(SQR, n(d), nullptr, double_type), nullptr, double_type);
+        EXPECT_EQ(stable(tree), strict ? "SQRT(SQUARE(d))" : "ABS(d)");
+    }
+    strict_fp = saved;
+}
+
+TEST_F(Logic, MinimumMaximumAndClamp) {
+    auto choose = [&](int test, NODE* a, NODE* b, NODE* yes, NODE* no) {
+        return maketree(QUEST, op(test, a, b), maketree(COLON, yes, no, yes->type), yes->type);
+    };
+    auto of = [&](int test, bool in_order, SYMTAB* a, SYMTAB* b) {
+        NODE* tree = simp_tree(choose(test, n(a), n(b), n(in_order ? a : b), n(in_order ? b : a)));
+        std::string name = tree->op == ICALL ? std::string(tree->u.name) + " " + show(tree->left) : show(tree);
+        erase_tree(tree);
+        return name;
+    };
+    EXPECT_EQ(of(LT, true, x, y), "?(<(x y) :(x y))");
+    target_has_builtin = [](const char* name) { return strcmp(name, "MAXU") != 0; };
+    EXPECT_EQ(of(LT, true, x, y), "MIN ,(x y)");
+    EXPECT_EQ(of(LE, false, x, y), "MAX ,(x y)");
+    EXPECT_EQ(of(GT, true, x, y), "MAX ,(x y)");
+    EXPECT_EQ(of(GE, false, x, y), "MIN ,(x y)");
+    SYMTAB *u2 = symbol("u2", uint_type), *q2 = symbol("q2", llong_type);
+    EXPECT_EQ(of(ULT, true, u, u2), "MINU ,(u u2)");
+    EXPECT_EQ(of(UGT, true, u, u2).substr(0, 2), "?(") << "the target has no MAXU";
+    EXPECT_EQ(of(GE, true, wide, q2), "LLMAX ,(q q2)");
+    SYMTAB *d = symbol("d", double_type), *e = symbol("e", double_type);
+    EXPECT_EQ(of(LT, true, d, e), "DMIN ,(d e)");
+    EXPECT_EQ(gone(simp_tree(choose(LT, n(x), n(y), n(x), n(z)))).substr(0, 2), "?(");
+    target_has_builtin = nullptr;
+    EXPECT_EQ(stable(choose(LT, n(x), icon(0), icon(0), n(x))), "*(>=(x 0) x)");
+    EXPECT_EQ(stable(choose(GT, n(x), icon(0), n(x), icon(0))), "*(>=(x 0) x)");
+    EXPECT_EQ(stable(choose(GT, n(x), icon(0), icon(0), n(x))).substr(0, 1), "?") << "this is the other half";
+    EXPECT_EQ(stable(choose(LT, n(x), icon(2), icon(0), n(x))).substr(0, 1), "?") << "1 becomes 0";
+}
+
+TEST_F(Logic, ControlStatements) {
+    auto label = [](int number) { return mk_LABELREF(INT65(number)); };
+    auto target = [](const NODE* tree) { return int65_to_text(tree->u.lval); };
+    auto one_case = [&](bool two) {
+        NODE* entries = maketree(CASE, icon(7), label(1), int_type);
+        if (two) entries = op(COMMA, entries, maketree(CASE, icon(8), label(3), int_type));
+        entries = op(COMMA, entries, maketree(DEFAULT, label(2), nullptr, int_type));
+        return simp_tree(maketree(SWITCH, n(x), entries, int_type));
+    };
+    NODE* tree = one_case(false);
+    ASSERT_EQ(tree->op, IF);
+    EXPECT_EQ(show(tree->left), "!=(x 7)");
+    EXPECT_EQ(target(tree->right->left) + target(tree->right->right), "21") << "the default where x is not 7";
+    erase_tree(tree);
+    tree = one_case(true);
+    EXPECT_EQ(tree->op, SWITCH);
+    erase_tree(tree);
+
+    struct HINTS {
+        int first, second, first_after, second_after;
+    };
+    for (const HINTS& h :
+         {HINTS{1, 1, 0, 0}, {-1, -1, 0, 0}, {0, 1, -1, 1}, {-1, 0, -1, 1}, {1, -1, 1, -1}, {0, 0, 0, 0}}) {
+        tree = mk_IF(n(x), 1, UINT32_MAX, 2, UINT32_MAX, nullptr);
+        tree->right->left->hint = static_cast<int8_t>(h.first);
+        tree->right->right->hint = static_cast<int8_t>(h.second);
+        tree = simp_tree(tree);
+        EXPECT_EQ(tree->right->left->hint, h.first_after) << h.first << h.second;
+        EXPECT_EQ(tree->right->right->hint, h.second_after) << h.first << h.second;
+        erase_tree(tree);
+    }
+    tree = simp_tree(mk_IF(op(EQ, n(x), icon(0)), 1, UINT32_MAX, 2, UINT32_MAX, nullptr));
+    EXPECT_EQ(show(tree->left) + target(tree->right->left) + target(tree->right->right), "x21");
+    erase_tree(tree);
+
+    tree = simp_tree(maketree(CBRANCH, op(NEQ, n(x), n(x)), label(4), int_type));
+    ASSERT_EQ(tree->op, BRANCH);
+    EXPECT_EQ(target(tree->left), "4");
+    erase_tree(tree);
+    tree = simp_tree(maketree(CBRANCH, op(EQ, n(x), n(x)), label(4), int_type));
+    EXPECT_EQ(tree->op, ICON) << "what always jumps becomes no statement";
+    erase_tree(tree);
+}
+
+TEST_F(Logic, Assertions) {
+    auto fact = [&](NODE* condition, int opcode = NASSERT) {
+        return stable(maketree(opcode, condition, nullptr, tp->void_type));
+    };
+    auto is = [&](SYMTAB* sym, int value) { return op(EQ, n(sym), icon(value)); };
+    std::string a = fact(is(x, 1));
+    std::string name = a.substr(0, a.find('('));
+    EXPECT_EQ(a, name + "(==(x 1))");
+    EXPECT_EQ(fact(icon(1)), "0");
+    EXPECT_EQ(fact(icon(0)), name + "(0)") << "control does not come here";
+    EXPECT_EQ(fact(icon(0), ASSERT), "0");
+    EXPECT_EQ(fact(op(ANDAND, is(x, 1), is(y, 2))), ",OP(" + name + "(==(x 1)) " + name + "(==(y 2)))");
+    EXPECT_EQ(fact(op(ANDB, is(x, 1), is(y, 2))), ",OP(" + name + "(==(x 1)) " + name + "(==(y 2)))");
+    EXPECT_EQ(fact(op(ANDB, n(x), n(y))), name + "(&(x y))") << "two numbers may share no bit";
+    EXPECT_EQ(fact(op(OROR, is(x, 1), is(y, 2))), name + "(|(==(x 1) ==(y 2)))");
+    // Neither x nor y: two facts.
+    EXPECT_EQ(fact(op(EQ, op(OROR, is(x, 1), is(y, 2)), icon(0))), ",OP(" + name + "(!=(x 1)) " + name + "(!=(y 2)))");
+    // What the left side guards is not evaluated without it.
+    NODE* guarded = op(OROR, is(x, 0), op(GT, op(DIV, n(y), n(x)), icon(3)));
+    EXPECT_NE(fact(guarded).find("||"), std::string::npos);
+    NODE* arms = maketree(COLON, is(y, 1), op(LT, n(z), n(w)), int_type);
+    EXPECT_EQ(fact(maketree(QUEST, n(x), arms, int_type)).substr(0, name.size() + 2), name + "(?");
 }

@@ -59,6 +59,16 @@ TEST_F(Memory, address_and_access_cancel) {
     EXPECT_EQ(simplified(punned), "U*16(U&(i))");
     TYPE* single = tp->mk_array(int_type, 1, false);
     EXPECT_EQ(simplified(mk_UMULT(mk_UAND(name(symbol("a", single)), tp->mk_ptr(int_type)), int_type)), "U*32(U&(a))");
+    // The place of an array that stands itself where its address does.
+    NODE* place = mk_PCONV(name(symbol("a", single)), tp->mk_ptr(int_type));
+    EXPECT_EQ(simplified(mk_UMULT(place, int_type)), "U*32(a)");
+    place = mk_PCONV(name(symbol("a", single)), tp->mk_ptr(char_type));
+    EXPECT_EQ(simplified(mk_UMULT(place, char_type)), "U*16(PCONV(a))") << "half an element";
+    // The address of the first member, seen as something else, is that of the struct.
+    TYPE* to_char = tp->mk_ptr(char_type);
+    NODE* front = simp_tree(mk_PCONV(member_address(dot(name(s), 0)), to_char));
+    EXPECT_EQ(front->type, to_char->normalized());
+    EXPECT_EQ(gone(front), "U&(s)");
     NODE* letter = simp_tree(deref(text_of("abc")));
     EXPECT_TRUE(letter->type->is_const());
     erase_tree(letter);
@@ -155,6 +165,35 @@ TEST_F(Memory, library_calls) {
     level_is([] { return 2; });
     length->sclass = SC_EXTERN_DEF; // the program's own
     EXPECT_EQ(simplified(call_of(length, text_of("abcd"))).substr(0, 4), "CALL");
+}
+
+TEST_F(Memory, library_calls_to_others) {
+    TYPE *text_type = tp->mk_ptr(char_type), *any = tp->void_ptr;
+    TYPE* file = structure("file", {{"fd", int_type}, {"pos", int_type}, {"flags", int_type}});
+    TYPE* file_type = tp->mk_ptr(file);
+    SYMTAB* move = declare("memmove", any, {any, any, uint_type});
+    SYMTAB* print = declare("printf", int_type, {text_type});
+    SYMTAB* print_to = declare("fprintf", int_type, {file_type, text_type});
+    SYMTAB* root = declare("_sqrt", double_type, {double_type});
+    SYMTAB *d = symbol("d", double_type), *stream = symbol("stream", file_type), *out = symbol("out", text_type);
+    EXPECT_EQ(simplified(call_of(root, name(d))), "SQRT(d)");
+    auto moved = [&](NODE* from) {
+        return simplified(call_of(move, list(list(mk_PCONV(name(out), any), mk_PCONV(from, any)), icon(3))));
+    };
+    std::string text = moved(text_of("abcd"));
+    EXPECT_NE(text.find("MEMCPY"), std::string::npos) << text;
+    EXPECT_EQ(moved(name(symbol("other", text_type))).substr(0, 4), "CALL") << "the two may overlap";
+    // Of the printing functions the value must not be used.
+    auto ignored = [&](NODE* tree) { return simplified(mk_COMMAOP(tree, name(i))); };
+    auto to_file = [&](const char* format) { return ignored(call_of(print_to, list(name(stream), text_of(format)))); };
+    EXPECT_NE(to_file("x").find("_fprintf"), std::string::npos) << "fputs is not declared";
+    declare("fputs", int_type, {text_type, file_type});
+    EXPECT_EQ(to_file("x"), ",OP(CALL(U&(_fputs) ,(\"x\" stream)) i)");
+    EXPECT_NE(to_file("%d").find("_fprintf"), std::string::npos);
+    EXPECT_NE(ignored(call_of(print, text_of("x"))).find("_printf"), std::string::npos) << "the table is not declared";
+    global("__ftable", tp->mk_array(file, 10, false), SC_EXTERN_DECL);
+    std::string printed = ignored(call_of(print, text_of("x")));
+    EXPECT_EQ(printed, ",OP(CALL(U&(_fputs) ,(\"x\" +(U&(__ftable) 6))) i)") << "stdout is the second";
 }
 
 TEST_F(Memory, immutable_objects) {

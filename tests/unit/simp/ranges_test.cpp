@@ -370,4 +370,68 @@ TEST_F(Ranges, GivensOfTheFunctionSharpenTheAnswers) {
     erase_tree(sum);
 }
 
+TEST_F(Ranges, LikeTermsJoinBeforeTheirFactorIsTaken) {
+    auto x = [&] { return name(symbols[4]); };
+    auto op = [&](int opcode, NODE* a, NODE* b) {
+        NODE* t = maketree(opcode, a, b, int_type);
+        t->flags |= NODE_NO_WRAP;
+        return t;
+    };
+    // (x + 1) * 6 + (x + 5) * 3 is 9 * x + 21, (x + 1) * 6 + (x - 2) * 3 is 9 * x
+    for (auto [c, factor] : {std::pair{5, 3}, {-2, 9}, {7, 9}}) {
+        NODE* t = op(PLUS, op(MULT, op(PLUS, x(), icon(1)), icon(6)), op(MULT, op(PLUS, x(), icon(c)), icon(3)));
+        EXPECT_EQ(max_ICON_factor(t), INT65(factor)) << c;
+        t->left->flags = 0; // may wrap: only the powers of two are sure
+        EXPECT_EQ(max_ICON_factor(t), INT65(1)) << c;
+        erase_tree(t);
+    }
+    NODE *four = icon(4), *six = maketree(PLUS, maketree(ANDB, x(), icon(12), int_type), icon(6), int_type);
+    NODE* small = maketree(PLUS, maketree(ANDB, x(), icon(1), int_type), icon(1), int_type);
+    EXPECT_TRUE(expr_cannot_divide_expr(four, six, nullptr));
+    EXPECT_TRUE(expr_cannot_divide_expr(six, four, nullptr)); // 6 and more are too large
+    EXPECT_TRUE(expr_cannot_divide_expr(four, small, nullptr));
+    EXPECT_FALSE(expr_cannot_divide_expr(small, four, nullptr));
+    for (NODE* t : {four, six, small}) erase_tree(t);
+}
+
+// On random trees: an extreme is a bound, and a tree simplified in a range is right there.
+TEST_F(Ranges, ExtremesBoundAndRangesNarrow) {
+    int moved = 0;
+    for (int i = 0; i < 3000 && !HasFailure(); i++) {
+        NODE* t = maketree(SCONV, name(symbols[pick(4)]), nullptr, int_type);
+        for (int steps = 1 + static_cast<int>(pick(4)); steps > 0; steps--) {
+            static constexpr int operators[] = {PLUS, MINUS, MULT, DIV};
+            NODE* n = maketree(operators[pick(4)], t, icon(static_cast<int>(pick(60)) - 30), int_type);
+            if (n->op == PLUS || n->op == MINUS)
+                if (pick(2) == 0) {
+                    erase_tree(n->right);
+                    n->right = name(symbols[pick(6)]);
+                    if (pick(2) == 0) std::swap(n->left, n->right);
+                }
+            if (pick(2) == 0) n->flags |= NODE_NO_WRAP;
+            t = n;
+        }
+        std::string before = text(t);
+        NODE* low = partially_eval_for_minimum(copy_tree(t), nullptr, 0);
+        NODE* high = partially_eval_for_maximum(copy_tree(t), nullptr, 0);
+        if (text(low) != before) moved++;
+        int from = static_cast<int>(pick(100)) - 50, width = static_cast<int>(pick(4)) * 10;
+        NODE* one = maketree(PLUS, maketree(MULT, name(symbols[4]), icon(static_cast<int>(pick(9))), int_type),
+                             maketree(DIV, name(symbols[4]), icon(static_cast<int>(pick(30)) + 1), int_type), int_type);
+        NODE* narrowed = simp_tree_in_range(copy_tree(one), from, from + width, 7);
+        for (int k = 0; k < 40; k++) {
+            INPUT in = some_input();
+            VALUE v = eval(t, in), a = eval(low, in), b = eval(high, in);
+            if (v) {
+                ASSERT_TRUE(a && *a <= *v) << before << " at least " << text(low);
+                ASSERT_TRUE(b && *b >= *v) << before << " at most " << text(high);
+            }
+            in.symbols[4] = from + 7 * static_cast<int>(pick(static_cast<uint32_t>(width / 7 + 1)));
+            ASSERT_EQ(eval(one, in), eval(narrowed, in)) << text(one) << " is not " << text(narrowed);
+        }
+        for (NODE* n : {t, low, high, one, narrowed}) erase_tree(n);
+    }
+    EXPECT_GT(moved, 300);
+}
+
 } // namespace

@@ -1,5 +1,8 @@
 // Comparisons: what they become, and the conditions under which a rule must keep off.
+#include "simp/rules.h"
 #include "simp_fixture.h"
+
+#include <cstring>
 
 namespace {
 
@@ -26,6 +29,15 @@ class Comparison : public Simplify {
     NODE* to(TYPE* type, NODE* tree) { return maketree(SCONV, tree, nullptr, type); }
     NODE* big(long long value) { return constant(value, integers[4]); }
     NODE* nat(long long value) { return constant(value, uint_type); }
+    // How often a comparison's rule was used so far.
+    static uint64_t used(const char* rule) {
+        for (const RULE_SET* set = RULE_SET::first(); set != nullptr; set = set->next())
+            for (size_t i = 0; i < set->size(); i++)
+                if (strncmp(set->name(), "relop", 5) == 0 && strcmp(set->rule(i).name, rule) == 0)
+                    return set->rule(i).fired;
+        ADD_FAILURE() << "no rule " << rule;
+        return 0;
+    }
     static constexpr int int_max = INT32_MAX, int_min = INT32_MIN;
 
     std::vector<SYMTAB*> ints;
@@ -58,6 +70,30 @@ TEST_F(Comparison, AQuotientIsMultipliedOut) {
     EXPECT_EQ(simplified(wide), "0");
     NODE* rounded = maketree(MULT, maketree(DIV, name(u), nat(10), uint_type), nat(10), uint_type);
     EXPECT_EQ(simplified(op(ULE, rounded, name(u))), "1");
+    // 6 divides the product of a multiple of 6, if it does not wrap
+    auto product = [&](int c) {
+        return exact(MULT, exact(PLUS, exact(MULT, x(), icon(6)), icon(c)), exact(PLUS, y(), z()));
+    };
+    uint64_t before = used("exact_quotient");
+    EXPECT_EQ(simplified(op(EQ, op(DIV, product(12), icon(6)), icon(3))), "==(*(+(*(x 6) 12) +(y z)) 18)");
+    EXPECT_EQ(used("exact_quotient"), before + 1);
+    EXPECT_NE(simplified(op(EQ, op(DIV, product(9), icon(6)), icon(3))).find("/("), std::string::npos);
+}
+
+TEST_F(Comparison, AValueRoundedOrDividedAgainstItself) {
+    auto rounded = [&] { return op(MULT, op(DIV, x(), icon(10)), icon(10)); };
+    EXPECT_EQ(simplified(op(LT, rounded(), x())), ">(%(x 10) 0)");
+    EXPECT_EQ(simplified(op(EQ, x(), rounded())), "==(%(x 10) 0)");
+    EXPECT_EQ(simplified(op(LE, rounded(), exact(PLUS, x(), icon(9)))), "1");
+    EXPECT_EQ(simplified(op(GT, rounded(), exact(PLUS, x(), icon(-4)))), "<(%(x 10) 4)");
+    EXPECT_NE(simplified(op(LE, rounded(), op(PLUS, x(), icon(9)))), "1"); // the sum may wrap
+    EXPECT_EQ(simplified(op(LE, op(ANDB, x(), icon(-16)), x())), "1");
+    // (x + 3) / 4 and x meet at 0 and 1
+    auto quarter = [&] { return op(DIV, exact(PLUS, x(), icon(3)), icon(4)); };
+    EXPECT_EQ(simplified(op(LT, quarter(), x())), ">(x 1)");
+    EXPECT_EQ(simplified(op(LE, x(), quarter())), "<=(x 1)");
+    EXPECT_EQ(simplified(op(GT, quarter(), x())), "<=(x -1)"); // -2 if it were rounded down
+    EXPECT_EQ(simplified(op(EQ, maketree(SRL, name(u), icon(1), uint_type), name(u))), "==(u 0)");
 }
 
 TEST_F(Comparison, TheLimitsOfTheTypeDecide) {
@@ -85,6 +121,12 @@ TEST_F(Comparison, AConversionGoesWhereItKeepsTheValue) {
     EXPECT_EQ(simplified(op(LT, to(integers[4], x()), to(integers[4], y()))), "<(x y)");
     // An int and an unsigned are not one type: the comparison needs the wider.
     EXPECT_NE(simplified(op(LT, to(integers[4], x()), to(integers[4], name(u)))).find("SCONV"), std::string::npos);
+    // A masked value is the same as a signed number.
+    auto nibble = [&] { return maketree(ANDB, name(u), nat(15), uint_type); };
+    EXPECT_EQ(simplified(op(LT, to(int_type, nibble()), op(ANDB, x(), icon(31)))).find("SCONV"), std::string::npos);
+    EXPECT_EQ(simplified(op(UGT, maketree(PLUS, nibble(), nat(4), uint_type), nat(10))), "u>(&(u 15) 6)");
+    EXPECT_EQ(simplified(op(UGT, maketree(PLUS, nibble(), nat(-4), uint_type), nat(11))), "==(&(u 12) 0)");
+    EXPECT_EQ(simplified(op(ULE, maketree(PLUS, name(u), nat(-7), uint_type), nat(3))), "u<=(+(u 4294967289) 3)");
     // Narrowing loses bits.
     EXPECT_NE(simplified(op(EQ, to(char_type, x()), icon(5))).find("SCONV"), std::string::npos);
 }
@@ -107,8 +149,10 @@ TEST_F(Comparison, CongruentAndComplementaryOperands) {
     EXPECT_EQ(simplified(op(LE, x(), x())), "1");
     EXPECT_EQ(simplified(op(LT, x(), x())), "0");
     EXPECT_EQ(simplified(op(EQ, name(d), name(d))), "==(d d)"); // not true of NaN
+    uint64_t before = used("complement");
     EXPECT_EQ(simplified(op(EQ, op(EQ, x(), icon(0)), x())), "0");
     EXPECT_EQ(simplified(op(NEQ, op(LT, x(), y()), op(GE, x(), y()))), "1");
+    EXPECT_EQ(used("complement"), before + 2);
     NODE* steps = op(LE, step(PLUSPLUS, x()), step(PLUSPLUS, x()));
     EXPECT_NE(simplified(steps), "1");
 }
@@ -140,6 +184,19 @@ TEST_F(Comparison, IncrementsComeFirst) {
 TEST_F(Comparison, ASaturatedDifferenceHasTheSignOfTheDifference) {
     NODE* ssub = mk_ICALL("_ssub", maketree(COMMA, x(), y(), int_type), int_type);
     EXPECT_EQ(simplified(op(LT, ssub, icon(0))), "<(x y)");
+    uint64_t converted = used("low_half_difference"), shifted = used("shifted_difference");
+    // Of a difference of two halves only the low one is asked for.
+    auto halves = [&] { return mk_ICALL("_ssub2", maketree(COMMA, x(), y(), int_type), int_type); };
+    for (NODE* low : {to(char_type, halves()), op(SLL, halves(), icon(16)), op(MULT, halves(), icon(65536))}) {
+        NODE* test = simp_tree(op(GE, low, icon(0)));
+        ASSERT_EQ(test->op, GE) << show(test);
+        EXPECT_EQ(test->left->op, ICALL) << show(test);
+        EXPECT_EQ(test->left->type->size(), 16u);
+        erase_tree(test);
+    }
+    EXPECT_EQ(used("low_half_difference") + used("shifted_difference"), converted + shifted + 3);
+    NODE* high = op(SLL, halves(), icon(15));
+    EXPECT_NE(simplified(op(LT, high, icon(0))).find("<<"), std::string::npos);
 }
 
 } // namespace
