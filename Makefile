@@ -42,7 +42,9 @@ fuzz: build
 	cmake --build build/fuzz -j$(JOBS)
 	tests/fuzz/run.sh --bin $(RELEASE) --fuzz build/fuzz $(SECONDS)
 
-demo: build
+demo: deps-build
+	cmake --preset release
+	cmake --build $(RELEASE) -j$(JOBS) --target nxopt nxparse nxrun nxdis nxas
 	@examples/demo.sh $(RELEASE)
 
 test: deps-test

@@ -307,8 +307,8 @@ NODE* make_operator(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     bare_target(on_left ? value->left : value->right, other, lhs, value);
     tree = ASG_to_opASG(tree);
     if (tree->op == ASG) return nullptr;
-    convert_right(tree, loop, context);
     drop_idle_on_right(tree);
+    convert_right(tree, loop, context);
     return tree;
 }
 
@@ -373,8 +373,8 @@ NODE* simp_ASG(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
 }
 
 NODE* simp_opASG(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
-    convert_right(tree, loop, context);
     drop_idle_on_right(tree);
+    convert_right(tree, loop, context);
     NODE* lhs = tree->left;
     if (lhs->op == DDNODE || !tree_is_pure(lhs, max_lvalue_nodes)) return tree;
     // As an assignment the target is read before the right side: that must leave it, and the way to it, alone.

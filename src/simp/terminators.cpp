@@ -136,6 +136,7 @@ NODE* joined_assertion(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (fact->op != OROR || !tree_is_pure(fact->right) || rhs_may_need_guard_in_lhs(fact->right, fact->left))
         return nullptr;
     forget_exactness(fact->right);
+    fact->right = simp_tree(fact->right, loop, context); // some rules find less now
     NODE* a = coerce_to_type(make_boolean(fact->left, loop, context), tp->int_type());
     NODE* b = coerce_to_type(make_boolean(fact->right, loop, context), tp->int_type());
     tree->left = simp_node(remake(fact, ORB, a, b, tp->int_type()), loop, context);
