@@ -267,7 +267,11 @@ void drop_endless_blocks_behind_calls() {
     }
 }
 
-bool is_icon_zero(const NODE* tree) { return tree->op == ICON && tree->u.lval.is_zero(); }
+// 0, or the null pointer.
+bool is_zero_constant(const NODE* tree) {
+    if (tree->op == PCONV) tree = tree->left;
+    return tree->op == ICON && tree->u.lval.is_zero();
+}
 
 // The opposite of a condition.
 NODE* inverted(NODE* cond) {
@@ -300,7 +304,7 @@ void lower_IF(LIST* cell, const BBLK* next) {
         cond = inverted(cond);
         std::swap(to_true, to_false);
     }
-    if (cond->op == EQ && is_icon_zero(cond->right)) {
+    if (cond->op == EQ && is_zero_constant(cond->right)) {
         NODE* operand = cond->left;
         erase_tree(cond->right);
         erase_node(cond);

@@ -624,6 +624,9 @@ VALUE FUNCTION_GEN::value_uncounted(NODE* n, int want) {
             return value(of, want);
         LVALUE lv = lvalue(of);
         if (lv.local != nullptr || lv.is_bits) fail("address of what has none");
+        // The address of a member behind a pointer is a sum, as it is when it is written as one.
+        bool is_member = of->op == STDOT || of->op == STREF;
+        if (is_member && lv.place.base == PLACE::SLOT && lv.place.offset != 0) count(C_ialu);
         return address_value(lv.place, want);
     }
     case RECIP: return unary(n, want);
