@@ -16,7 +16,7 @@ bool close_files();
 // Closes what is open and removes the output file: for every end of the run but the good one.
 void discard_files();
 void discard_output_in_signal(); // removes the unfinished output file: system calls only
-const char* next_arg(); // the next word of the command line, or null: for options that take one
+const char* next_arg();          // the next word of the command line, or null: for options that take one
 void emit_cmd_line_text();
 const char* build_id();
 

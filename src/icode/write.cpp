@@ -136,7 +136,8 @@ void pointer_first(NODE* sum) {
     if (count_nodes_in_tree(index, limit) >= limit || count_nodes_in_tree(pointer, limit) >= limit) return;
     bool index_acts = tree_has_side_effects(index), pointer_acts = tree_has_side_effects(pointer);
     bool swap = !index_acts && !pointer_acts;
-    if (!swap && !pointer_acts) swap = pointer->op == UAND || (pointer->op == NAME && !tree_modifies_lvalue_in_tree(index, pointer));
+    if (!swap && !pointer_acts)
+        swap = pointer->op == UAND || (pointer->op == NAME && !tree_modifies_lvalue_in_tree(index, pointer));
     if (swap) std::swap(sum->left, sum->right);
 }
 

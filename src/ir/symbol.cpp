@@ -26,7 +26,7 @@ constexpr const char* temp_prefix = "$O$";
 // External definitions by name, for declarations that look for theirs.
 std::unordered_map<std::string, std::vector<SYMTAB*>> definitions;
 std::unordered_map<std::string_view, SYMTAB*> globals_by_name; // without prefix; the newest of a name
-uint32_t global_count; // globals made so far: the sequence number of the next
+uint32_t global_count;                                         // globals made so far: the sequence number of the next
 
 // ------------------------------------------------------------------------------------------------------- interning
 

@@ -143,7 +143,8 @@ bool symbol_in_list(const SYMTAB*, const SYMTAB* chain);
 SYMLIST* remove_sym_from_symlist(const SYMTAB*, SYMLIST*);
 SYMLIST* find_sym_in_symlist(const SYMTAB*, SYMLIST*);
 SYMPAIRLIST* find_sym_in_sympairlist(const SYMTAB*, SYMPAIRLIST*);
-SYMTAB* find_global(const char* name); // by its name without prefix, the newest if there are more; null if there is none
+SYMTAB*
+find_global(const char* name); // by its name without prefix, the newest if there are more; null if there is none
 // The definition (class 2) that belongs to a declaration (class 5) of a global; else the symbol itself.
 SYMTAB* get_sym_def_for_decl(SYMTAB*);
 SYMTAB* copy_symbol(const SYMTAB*, int);                // own name, no scope, no use link, not in any list

@@ -185,6 +185,23 @@ NODE* choose_operand(NODE* tree, NODE* y, NODE* z, LOOP_RECORD* loop, CONTEXT* c
     return simp_node(remake(tree, QUEST, tree->left, arms, type), loop, context);
 }
 
+// c ? (x op a) : (x op b)  ->  x op (c ? a : b), or the same with the common operand on the right.
+NODE* move_operator_out(NODE* tree, bool common_left, LOOP_RECORD* loop, CONTEXT* context) {
+    NODE *top = tree->right->left, *gone = tree->right->right;
+    NODE* common = common_left ? top->left : top->right;
+    NODE* copy = common_left ? gone->left : gone->right;
+    NODE* a = common_left ? top->right : top->left;
+    NODE* b = common_left ? gone->right : gone->left;
+    keep_common_marks(common, copy);
+    erase_tree(copy);
+    erase_node(gone);
+    int op = top->op;
+    TYPE* type = top->type;
+    NODE* chosen = choose_operand(tree, a, b, loop, context);
+    remake(top, op, common_left ? common : chosen, common_left ? chosen : common, type);
+    return simp_node(top, loop, context);
+}
+
 // Both arms are the same operator on operands of the same types.
 bool arms_are_alike(NODE* tree) {
     CHOICE q(tree);
@@ -206,16 +223,7 @@ NODE* same_left_operand(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
         if (!trees_are_congruent(q.a->left, q.b->left)) return nullptr;
         if (!tree_is_pure(q.a->left) || !tree_is_pure(q.condition)) return nullptr;
     }
-    NODE *top = q.a, *other = q.b;
-    NODE* z = other->right;
-    keep_common_marks(top->left, other->left);
-    erase_tree(other->left);
-    erase_node(other);
-    int op = top->op;
-    TYPE* type = top->type;
-    NODE* x = top->left;
-    NODE* chosen = choose_operand(tree, top->right, z, loop, context);
-    return simp_node(remake(top, op, x, chosen, type), loop, context);
+    return move_operator_out(tree, true, loop, context);
 }
 
 // c ? (a op x) : (b op x)  ->  (c ? a : b) op x
@@ -223,16 +231,7 @@ NODE* same_right_operand(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     CHOICE q(tree);
     if (!arms_are_alike(tree) || is_assignment(q.a->op) || !q.a->left->type->is_scalar()) return nullptr;
     if (!trees_are_congruent_se_ok(q.a->right, q.b->right)) return nullptr;
-    NODE *top = q.a, *other = q.b;
-    NODE* z = other->left;
-    keep_common_marks(top->right, other->right);
-    erase_tree(other->right);
-    erase_node(other);
-    int op = top->op;
-    TYPE* type = top->type;
-    NODE* x = top->right;
-    NODE* chosen = choose_operand(tree, top->left, z, loop, context);
-    return simp_node(remake(top, op, chosen, x, type), loop, context);
+    return move_operator_out(tree, false, loop, context);
 }
 
 const RULE quest_rules[] = {

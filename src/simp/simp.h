@@ -39,7 +39,8 @@ NODE* simp_assoc(NODE*, LOOP_RECORD*, CONTEXT*); // shared rules of PLUS, ANDB, 
 NODE* simp_PLUS(NODE*, LOOP_RECORD*, CONTEXT*);
 NODE* simp_MINUS(NODE*, LOOP_RECORD*, CONTEXT*);
 NODE* simp_MULT(NODE*, LOOP_RECORD*, CONTEXT*);
-NODE* simp_DIV(NODE*, int exact, LOOP_RECORD*, CONTEXT*); // exact: the dividend is known to be a multiple of the divisor
+NODE* simp_DIV(NODE*, int exact, LOOP_RECORD*,
+               CONTEXT*); // exact: the dividend is known to be a multiple of the divisor
 NODE* simp_DIV_by_ICON(NODE*, int exact, LOOP_RECORD*, CONTEXT*);
 NODE* simp_MOD(NODE*, LOOP_RECORD*, CONTEXT*);
 NODE* simp_shift(NODE*, LOOP_RECORD*, CONTEXT*);
@@ -75,14 +76,14 @@ NODE* simp_ASSERT(NODE*, LOOP_RECORD*, CONTEXT*); // ASSERT, NASSERT
 // ------------------------------------------------------------------------------------------- truth and conversion
 NODE* simp_for_control(NODE*, LOOP_RECORD* = nullptr, CONTEXT* = nullptr); // only zero or non-zero matters
 NODE* make_boolean(NODE*, LOOP_RECORD* = nullptr, CONTEXT* = nullptr);     // exactly 0 or 1, of the same truth
-NODE* invert_boolean_tree(NODE*);                                   // 0 or 1, of the opposite truth; not simplified
+NODE* invert_boolean_tree(NODE*);           // 0 or 1, of the opposite truth; not simplified
 NODE* coerce_to_type(NODE*, TYPE*);         // the tree itself if compatible, else a simplified conversion
 NODE* coerce_to_pointer_type(NODE*, TYPE*); // the same for a pointer type
 NODE* insert_mandatory_casts(NODE*);        // every operand conversion that the opcodes' rules imply, made explicit
 NODE* truncate_RHS_for_assignment(NODE* lhs, NODE* rhs, bool coerce_only);
 NODE* bubble_term_to_top(NODE* lhs, NODE* rhs);
 bool returns_1_or_0(const NODE*); // its value is 0 or 1; walks at most a few levels
-bool is_integer_like(TYPE*);       // integer or enumeration
+bool is_integer_like(TYPE*);      // integer or enumeration
 // Free of side effects and volatile reads, found by looking at no more than `limit` nodes; a larger tree gives false.
 // Rules use this, not tree_has_side_effects, so that chains of any length cost linear time.
 bool tree_is_pure(const NODE*, int limit = 200);
@@ -93,7 +94,7 @@ NODE* simp_subst_icon(NODE* tree, INT65 value, TYPE*);
 // to the opcode of the one comparison, or to 0x10000 for false and 0x10001 for true.
 extern const std::map<int, int> andb_combo_map, ORB_combo_map;
 NODE* simp_redundant_test(NODE*, const std::map<int, int>&);
-bool find_or_make_safe_for_ANDB(NODE*&, bool may_make); // a 0-or-1 value, if need be by make_boolean
+bool find_or_make_safe_for_ANDB(NODE*&, bool may_make);           // a 0-or-1 value, if need be by make_boolean
 bool rhs_may_need_guard_in_lhs(const NODE* rhs, const NODE* lhs); // the value of lhs may keep rhs from faulting
 bool tree_is_EH_SWITCH(const NODE*);
 bool is_magic_EH_MCALL(const NODE*);
@@ -103,19 +104,21 @@ bool symbol_is_immutable(const SYMTAB*);
 bool lvalue_is_immutable(const NODE*);
 // Whether the target has the builtin of that name ("MIN", "FMAX" ...); null: it has none of them.
 extern bool (*target_has_builtin)(const char* name);
-extern bool must_preserve_STDOT; // false; no pass sets it yet
+extern bool must_preserve_STDOT;  // false; no pass sets it yet
 extern bool trees_are_normalized; // false outside the loop passes
 
 // ------------------------------------------------------------------------------------------------------- bit masks
-// All answers are masks within type_mask() of the type, never negative, also for a signed type; they are about the value
-// as the type given holds it.
+// All answers are masks within type_mask() of the type, never negative, also for a signed type; they are about the
+// value as the type given holds it.
 INT65 find_known_ones(NODE*, TYPE*);  // bits that are certainly one
 INT65 find_known_zeros(NODE*, TYPE*); // bits that may be one: a zero here is a bit that is certainly zero
 INT65 find_known_zeros_in_ANDB(NODE*, LOOP_RECORD*, CONTEXT*);
 INT65 find_known_zeros_in_range(INT65 low, INT65 high); // the same two of every value from low to high
 INT65 find_known_ones_in_range(INT65 low, INT65 high);
-void regularize_mask_constant(NODE* icon, INT65 care); // picks the bits outside `care` so that runs of equal bits are few
-NODE* prop_mask_into_subtree(NODE*, INT65 mask, LOOP_RECORD* = nullptr, CONTEXT* = nullptr); // only the bits in `mask` stay right
+void regularize_mask_constant(NODE* icon,
+                              INT65 care); // picks the bits outside `care` so that runs of equal bits are few
+NODE* prop_mask_into_subtree(NODE*, INT65 mask, LOOP_RECORD* = nullptr,
+                             CONTEXT* = nullptr); // only the bits in `mask` stay right
 
 // -------------------------------------------------------------------------------------------------- signed overflow
 // The node's result is that of unbounded integers: its type is signed and it carries the mark, or the ranges of its
