@@ -121,6 +121,8 @@ class OPT_CLIENT final : public IF_CLIENT {
         opt_symbol_init(sym, list);
     }
 
+    void cl_ir_begin_func() override { fault("a function in low-level form"); }
+
     void cl_expr(NODE* tree, PSN* psn) override {
         fault(statement_fault(tree));
         if (lex < 2) fault("a statement in front of the end of the parameters");

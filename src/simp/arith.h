@@ -11,6 +11,12 @@
 
 #include "ir/types.h"
 
+// Makes a constant another one, of the type in which its user computes.
+inline void set_ICON(NODE* icon, INT65 value, TYPE* type) {
+    icon->type = icon->orig_type = value_type(type);
+    icon->u.lval = truncate_to_type(value, icon->type);
+}
+
 inline bool is_modular(TYPE* type) { return type != nullptr && is_integer_like(type) && !type->is_bool(); }
 // Integers or pointers as operands of a sum.
 inline bool is_word(TYPE* type) { return is_modular(type) || (type != nullptr && type->is_ptr()); }

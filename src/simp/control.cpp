@@ -134,6 +134,7 @@ NODE* inverted_bit(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!equiv_mtypes(xorb->type, tree->type)) return nullptr;
     TYPE* type = tree->type;
     c->u.lval = p->u.lval;
+    c->type = c->orig_type = p->type;
     NODE* masked = simp_node(remake(tree, ANDB, coerce_to_type(xorb->left, type), p, type), loop, context);
     return remake(xorb, XORB, masked, c, type);
 }

@@ -98,7 +98,7 @@ NODE* negative_constant(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (!is_signed_quotient(tree)) return nullptr;
     for (NODE* operand : {tree->right, tree->left}) {
         if (!is_negative_constant(operand, tree->type) || operand->u.lval == INT65(-1)) continue;
-        operand->u.lval = -operand->u.lval;
+        set_ICON(operand, -operand->u.lval, tree->type);
         return negated_quotient(tree, loop, context);
     }
     return nullptr;
@@ -186,9 +186,9 @@ NODE* product_divided(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     INT65 c = truncate_to_type(product->right->u.lval, tree->type);
     INT65 g = long_gcd(c, d);
     if (c.is_zero() || g <= INT65(1) || !is_exact_product(product, loop, context)) return nullptr;
-    product->right->u.lval = c / g;
+    set_ICON(product->right, c / g, tree->type);
     tree->left = simp_node(product, loop, context);
-    tree->right->u.lval = d / g;
+    set_ICON(tree->right, d / g, tree->type);
     return simp_node(tree, loop, context);
 }
 
@@ -242,7 +242,7 @@ INT65 constant_of(const NODE* tree) {
 
 void set_constant(NODE*& tree, INT65 value) {
     NODE* c = tree->op == MULT ? tree->right : tree;
-    c->u.lval = value;
+    set_ICON(c, value, tree->type);
     tree = simp_node(tree);
 }
 

@@ -288,6 +288,22 @@ bool tree_is_pure(const NODE* tree, int limit) {
     return count_nodes_in_tree(tree, limit) < limit && !tree_has_side_effects(tree);
 }
 
+namespace {
+
+// A constant operand of integer arithmetic takes the type in which the operator computes, as its conversion would: no
+// rule then meets a constant that counts by another value than its own.
+void type_constants(NODE* tree) {
+    if (!opcode_is_binary_arithmetic(tree->op) || !tree->type->is_integral()) return;
+    TYPE* type = value_type(tree->type);
+    for (NODE* operand : {tree->left, tree->right})
+        if (operand->op == ICON && operand->type != type && operand->type->is_integral()) {
+            operand->u.lval = icon_as(operand, type);
+            operand->type = operand->orig_type = type;
+        }
+}
+
+} // namespace
+
 NODE* simp_node(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (tree->type != nullptr) tree->type = tree->type->normalized();
     if (tree->op != UMULT) tree->orig_type = tree->type;
@@ -306,6 +322,7 @@ NODE* simp_node(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
         if (tree->left == nullptr) return tree;
     }
     repair_scope(tree);
+    type_constants(tree);
     return dispatch(tree, loop, context);
 }
 

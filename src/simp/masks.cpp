@@ -132,7 +132,7 @@ class PROPAGATION {
     NODE* narrowed(NODE* tree, INT65 mask);
     void into(NODE*& operand, INT65 mask) { operand = run(operand, mask); }
     void into_same_type(NODE*& operand, INT65 mask);
-    bool reduce(NODE* icon, INT65 value);
+    bool reduce(NODE* icon, INT65 value, TYPE* type);
     NODE* change(NODE* tree) {
         changed_ = true;
         return tree;
@@ -167,8 +167,13 @@ void PROPAGATION::into_same_type(NODE*& operand, INT65 mask) {
     operand = coerce_to_type(run(operand, mask), type);
 }
 
-// Gives a constant other bits; returns whether it had others.
-bool PROPAGATION::reduce(NODE* icon, INT65 value) {
+// Gives a constant other bits of the type in which its user computes; returns whether it had others. A constant of a
+// narrower type, which counts there as extended, takes that type.
+bool PROPAGATION::reduce(NODE* icon, INT65 value, TYPE* type) {
+    if (icon->type->size() < type->size()) {
+        icon->u.lval = icon_as(icon, type);
+        icon->type = icon->orig_type = value_type(type);
+    }
     value = truncate_to_type(value, icon->type);
     if (value == icon->u.lval) return false;
     icon->u.lval = value;
@@ -198,7 +203,7 @@ NODE* PROPAGATION::sum(NODE* tree, INT65 mask) {
     CHANGES here(changed_);
     for (NODE** operand : {&tree->right, &tree->left}) {
         if ((*operand)->op == ICON) {
-            reduce(*operand, bits_of(*operand, tree->type) & needed);
+            reduce(*operand, bits_of(*operand, tree->type) & needed, tree->type);
             continue;
         }
         INT65 part = needed;
@@ -223,7 +228,7 @@ NODE* PROPAGATION::product(NODE* tree, INT65 mask) {
         if (factor.is_zero()) return tree;
         for_left = needed >> trailing_zeros(factor);
         bool short_mask = (needed & ~type_mask(tp->ushort_type())).is_zero();
-        if (short_mask && power_of_2(factor) < 0) reduce(tree->right, factor & needed);
+        if (short_mask && power_of_2(factor) < 0) reduce(tree->right, factor & needed, tree->type);
     } else
         into(tree->right, needed);
     into(tree->left, for_left);
@@ -251,12 +256,12 @@ NODE* PROPAGATION::bitwise(NODE* tree, INT65 mask) {
         INT65 own_care = care_of_mask(tree->left, type);
         INT65 value = regular_mask(bits_of(icon, type), mask & own_care, type);
         SETTING outside(inside_logical_operator, false);
-        reduce(icon, regular_mask(value, own_care, type));
+        reduce(icon, regular_mask(value, own_care, type), type);
         for_left = mask & bits_of(icon, type);
     } else if (icon != nullptr && tree->op == ORB && below_or_)
-        reduce(icon, bits_of(icon, type) & mask); // more bits here would only make the outer constant shrink
+        reduce(icon, bits_of(icon, type) & mask, type); // more bits here would only make the outer constant shrink
     else if (icon != nullptr)
-        reduce(icon, regular_mask(bits_of(icon, type), mask, type));
+        reduce(icon, regular_mask(bits_of(icon, type), mask, type), type);
     else
         into(tree->right, mask);
     into(tree->left, for_left);
@@ -321,7 +326,7 @@ NODE* PROPAGATION::low_bit(NODE* tree) {
 
 NODE* PROPAGATION::by_operator(NODE* tree, INT65 mask) {
     switch (tree->op) {
-    case ICON: reduce(tree, regular_mask(bits_of(tree, tree->type), mask, tree->type)); return tree;
+    case ICON: reduce(tree, regular_mask(bits_of(tree, tree->type), mask, tree->type), tree->type); return tree;
     case PLUS:
     case MINUS: return sum(tree, mask);
     case UMINUS:

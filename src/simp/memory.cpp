@@ -62,7 +62,9 @@ NODE* address_in_target(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     erase_node(tree);
     if (pointer->op == PCONV && pointer->left->op == ICON) {
         NODE* constant = pointer->left;
-        constant->u.lval = truncate_to_type(constant->u.lval + offset, constant->type);
+        TYPE* held = tp->ptr_int();
+        constant->u.lval = truncate_to_type(icon_as(constant, held) + offset, held);
+        constant->type = constant->orig_type = held;
         return coerce_to_pointer_type(pointer, type);
     }
     return mk_offset(coerce_to_pointer_type(pointer, type), offset, type, loop, context);

@@ -40,7 +40,7 @@ NODE* negative_divisor(NODE* tree, LOOP_RECORD* loop, CONTEXT* context) {
     if (tree->right->op != ICON || !tree->type->is_signed()) return nullptr;
     INT65 d = divisor_of(tree);
     if (!d.is_negative() || d == int_type_min(tree->type)) return nullptr;
-    tree->right->u.lval = -d;
+    set_ICON(tree->right, -d, tree->type);
     return simp_node(tree, loop, context);
 }
 

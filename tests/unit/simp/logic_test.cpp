@@ -107,6 +107,13 @@ TEST_F(Logic, ExactMarksGoWhenOnlySomeBitsStayRight) {
     }
 }
 
+TEST_F(Logic, ConstantsOfANarrowerTypeCountAsExtended) {
+    // Bit 32 of ~q: the -1 is an int, and stands for 64 ones.
+    NODE* inverted = op(XORB, n(wide), icon(-1), llong_type);
+    NODE* bit = mk_ICON(INT65(1) << 32, llong_type);
+    EXPECT_NE(stable(op(ANDB, inverted, bit, llong_type)).find("^(q"), std::string::npos);
+}
+
 TEST_F(Logic, MaskConstantsHaveFewRuns) {
     struct CASE {
         int64_t value, care, result;
