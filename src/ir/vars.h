@@ -61,7 +61,7 @@ class CURRENT_FUNCTION {
     FUNINFO* info_;
 };
 
-// Queries that floors below the driver ask. The driver fills the table in (driver/optobj); a tool that is no optimizer
+// Queries that floors below the driver ask. The driver fills the table in (driver/option_sets); a tool that is no optimizer
 // keeps these defaults.
 struct OPTION_QUERIES {
     int (*opt_level)() = nullptr;

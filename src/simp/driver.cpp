@@ -77,8 +77,9 @@ NODE* value_of_constant_assignment(const NODE* tree) {
     return mk_ICON(tree->right->u.lval, tree->type->type_qualified());
 }
 
-// Whether `first` may be evaluated behind `effect` instead of in front of it.
-bool may_come_later(NODE* first, const NODE* effect) {
+} // namespace
+
+bool may_be_evaluated_behind(NODE* first, const NODE* effect) {
     constexpr int limit = 60, effect_limit = 500; // nodes of each that are looked at
     if (!tree_is_pure(first, limit) || count_nodes_in_tree(effect, effect_limit) == effect_limit) return false;
     bool safe = true;
@@ -98,6 +99,8 @@ bool may_come_later(NODE* first, const NODE* effect) {
     return safe;
 }
 
+namespace {
+
 // op((a, b), c)  ->  a, op(b, c)
 // op(x = C, c)   ->  x = C, op(C, c)      and the same on the right, when the left operand may be evaluated later
 // Assignments evaluate their right side first, calls their arguments; all others the left operand first.
@@ -109,7 +112,7 @@ NODE* hoist_effect(NODE* tree) {
         NODE* value = comma ? operand->right : value_of_constant_assignment(operand);
         if (value == nullptr) return nullptr;
         NODE* effect = comma ? operand->left : operand;
-        if (!operand_is_first && other != nullptr && !may_come_later(other, effect)) {
+        if (!operand_is_first && other != nullptr && !may_be_evaluated_behind(other, effect)) {
             if (!comma) erase_tree(value);
             return nullptr;
         }
@@ -246,8 +249,6 @@ class GIVENS_ASIDE {
 };
 
 } // namespace
-
-bool may_be_evaluated_behind(NODE* first, const NODE* effect) { return may_come_later(first, effect); }
 
 NODE* remake(NODE* node, int op, NODE* left, NODE* right, TYPE* type) {
     node->op = op;

@@ -1,6 +1,7 @@
 // Control statements and assertions.
 #include "simp/fold.h"
 #include "simp/rules.h"
+#include "simp/simp_int.h"
 
 #include "ir/opt_expr.h"
 #include "ir/types.h"
@@ -9,8 +10,6 @@
 #include <utility>
 
 namespace {
-
-bool is_zero_ICON(const NODE* tree) { return tree->op == ICON && tree->u.lval.is_zero(); }
 
 // The hints of the two labels: each -1, 0 or 1, and one the opposite of the other.
 void make_hints_opposite(NODE* first, NODE* second) {
