@@ -39,7 +39,7 @@ const char* const help_text =
 struct COMMAND {
     std::string input, output;
     bool preprocess = false, check_only = false;
-    bool list_macros = false; // with preprocess: only the macros that are defined at the end
+    bool list_macros = false;            // with preprocess: only the macros that are defined at the end
     std::vector<std::string> clang_args; // for Clang's front end
     std::vector<std::string> warnings;   // likewise, in front of our own
 };

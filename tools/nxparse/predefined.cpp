@@ -2,8 +2,8 @@
 // brings itself, and those by which programs commonly ask a compiler for its machine. All are made of the tables here,
 // so that sizes, widths, limits and types agree.
 //
-// What other compilers define to be recognised by, and what only an 8-bit char could have (a type of exactly 8 bits), is
-// left undefined.
+// What other compilers define to be recognised by, and what only an 8-bit char could have (a type of exactly 8 bits),
+// is left undefined.
 #include "target.h"
 
 namespace {

@@ -1,6 +1,8 @@
 // The dispatch loop and what surrounds it: see exec.h.
 #include "exec.h"
 
+#include "library.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -9,8 +11,8 @@
 #include <sys/mman.h>
 
 VM::VM(PROGRAM& p, MEMORY& m, const VM_OPTIONS& o)
-    : program(p), mem(m), options(o), memory_top_(m.stack_begin()), entered_(p.blocks.size()),
-      steps_left_(o.max_steps > 0 ? o.max_steps : std::numeric_limits<int64_t>::max()) {
+    : program(p), mem(m), options(o), library(std::make_unique<LIBRARY_STATE>(*this)), memory_top_(m.stack_begin()),
+      entered_(p.blocks.size()), steps_left_(o.max_steps > 0 ? o.max_steps : std::numeric_limits<int64_t>::max()) {
     void* area = mmap(nullptr, slot_limit * sizeof(int64_t), PROT_READ | PROT_WRITE,
                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (area == MAP_FAILED) throw BAD_FILE{"not enough memory for the program's stack"};
@@ -129,7 +131,7 @@ void VM::enter(const FUNCTION* f, int64_t* slots) {
     if (frames_.size() >= frame_limit || slots + f->slots > slots_ + slot_limit ||
         memory_top_ + f->frame_units > mem.stack_end())
         trap("stack overflow: " + std::to_string(frames_.size()) + " calls deep");
-    frames_.push_back({f, f->code.data(), slots, memory_top_});
+    frames_.push_back({f, f->code.data(), slots, memory_top_, 0});
     if (f->frame_units != 0) {
         for (auto [at, units] : f->frame_objects) mem.set_state(memory_top_ + at, units, UNIT_WRITABLE);
         memory_top_ += f->frame_units;
@@ -173,6 +175,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     L_##name : RA = (expr);                                                                                            \
     NEXT();
 
+resumed:
     try {
         DISPATCH();
 
@@ -476,7 +479,48 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         if (!frames_.empty() && frames_.back().slots == R && frames_.back().function->code.data() == code)
             frames_.back().pc = pc;
         raise(t);
+    } catch (const LONG_JUMP& jump) {
+        if (jump.frame < bottom) {
+            --host_depth_;
+            throw;
+        }
+        pc = return_to(jump);
+        R = frames_.back().slots;
+        frame = frames_.back().memory;
+        code = frames_.back().function->code.data();
+        RA = jump.value;
+        ++pc;
+        goto resumed;
     }
+}
+
+// ---------------------------------------------------------------------------------------------------------------- jumps
+
+// What stands in the program's memory: the number of the activation, its depth, and the call's place in the code.
+void VM::mark_place(ADDRESS env) {
+    FRAME& frame = frames_.back();
+    if (frame.mark == 0) frame.mark = ++marks_;
+    mem.write_n(env, frame.mark, 2);
+    mem.write_n(env + 2, static_cast<uint32_t>(frames_.size() - 1), 2);
+    mem.write_n(env + 4, static_cast<uint32_t>(frame.pc - frame.function->code.data()), 2);
+    mem.write_n(env + 6, 0, 2);
+}
+
+void VM::jump_to_place(ADDRESS env, int64_t value) {
+    uint32_t mark = mem.read32(env), depth = mem.read32(env + 2), pc = mem.read32(env + 4);
+    if (depth >= frames_.size() || mark == 0 || frames_[depth].mark != mark || pc >= frames_[depth].function->code.size())
+        trap("longjmp to a function that is not running any more, or without setjmp");
+    throw LONG_JUMP{depth, pc, value};
+}
+
+// Gives up the activations above the one to return to.
+const INSN* VM::return_to(const LONG_JUMP& jump) {
+    const FRAME& to = frames_[jump.frame];
+    ADDRESS top = to.memory + to.function->frame_units;
+    memset(mem.state + top, UNIT_FREE, memory_top_ - top);
+    memory_top_ = top;
+    frames_.erase(frames_.begin() + static_cast<std::ptrdiff_t>(jump.frame) + 1, frames_.end());
+    return to.function->code.data() + jump.pc;
 }
 
 // ------------------------------------------------------------------------------------------------- calls and traps
@@ -585,6 +629,7 @@ int VM::run_main(const std::vector<std::string>& args) {
             status = program.main->signature.result == V_VOID ? 0 : static_cast<int>(slots_[0]);
         } catch (const PROGRAM_EXIT& e) { status = e.status; }
         // Functions registered last run first; one of them may register more, or call exit itself.
+        std::vector<ADDRESS>& at_exit = library->at_exit;
         while (!at_exit.empty()) {
             ADDRESS f = at_exit.back();
             at_exit.pop_back();
@@ -627,13 +672,4 @@ void VM::flush() {
     std::string text;
     text.swap(output_);
     on_output(1, text.data(), text.size());
-}
-
-int VM::read_char() {
-    if (pushed_back_ >= 0) {
-        int c = pushed_back_;
-        pushed_back_ = -1;
-        return c;
-    }
-    return on_input();
 }
