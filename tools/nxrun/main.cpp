@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -53,9 +54,7 @@ bool write_counts(const COUNTS& counts, const std::string& to) {
     return good;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int run_tool(int argc, char** argv) {
     RUN_OPTIONS options;
     std::string count_file;
     bool show_counts = false, show_time = false;
@@ -130,4 +129,15 @@ int main(int argc, char** argv) {
         return 1;
     }
     return result.status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run_tool(argc, argv);
+    } catch (const std::bad_alloc&) {
+        fputs("nxrun: out of memory\n", stderr);
+        return status_of_bad_file;
+    }
 }
