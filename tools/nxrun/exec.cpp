@@ -557,9 +557,9 @@ const FUNCTION* VM::callee_of(int64_t address, const SIGNATURE& as, int64_t* arg
 }
 
 int64_t VM::call_back(ADDRESS function, const SIGNATURE& as, std::initializer_list<int64_t> args) {
-    // The running function's slots end where its frame ends; the callee's begin behind them.
-    const FRAME& top = frames_.back();
-    int64_t* slots = top.slots + top.function->slots;
+    // The running function's slots end where its frame ends; the callee's begin behind them. At the end of the program
+    // a library function may run without one.
+    int64_t* slots = frames_.empty() ? slots_ : frames_.back().slots + frames_.back().function->slots;
     if (slots + args.size() + 1 > slots_ + slot_limit) trap("stack overflow");
     std::copy(args.begin(), args.end(), slots);
     const FUNCTION* f = callee_of(function, as, slots);
@@ -637,7 +637,11 @@ int VM::run_main(const std::vector<std::string>& args) {
             memory_top_ = mem.stack_begin();
             host_depth_ = 0;
             try {
-                run(callee_of(f, SIGNATURE{}, slots_), slots_);
+                const FUNCTION* function = callee_of(f, SIGNATURE{}, slots_);
+                if (function->handler != nullptr)
+                    function->handler(*this, slots_);
+                else
+                    run(function, slots_);
             } catch (const PROGRAM_EXIT& e) { status = e.status; }
         }
     } catch (...) {

@@ -279,6 +279,7 @@ void lib_qsort(VM& vm, int64_t* a) {
     uint32_t n = static_cast<uint32_t>(a[1]), size = static_cast<uint32_t>(a[2]);
     if (n < 2 || size == 0) return;
     if (uint64_t{n} * size >= MEMORY::limit) vm.mem.bad_write(base, 1);
+    vm.mem.check_write(base, n * size);
     std::vector<uint32_t> from = SORTER(vm, base, n, size, compare).order();
     ADDRESS spare = vm.mem.alloc(size);
     if (spare == 0) trap("no memory for sorting");

@@ -5,6 +5,7 @@
 
 #include <bit>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 
 namespace {
@@ -59,6 +60,18 @@ std::string text_of_time(const struct tm& t) {
     return text_of("%s %s%3d %.2d:%.2d:%.2d %lld\n", t.tm_wday >= 0 && t.tm_wday < 7 ? days[t.tm_wday] : "???",
                    t.tm_mon >= 0 && t.tm_mon < 12 ? months[t.tm_mon] : "???", t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec,
                    1900LL + t.tm_year);
+}
+
+// What the conversion at `format` gives, which is left at its last character.
+std::u16string conversion(VM& vm, ADDRESS& format, const struct tm& t) {
+    uint16_t letter = vm.mem.read16(++format);
+    if (letter == 'E' || letter == 'O') letter = vm.mem.read16(++format); // another locale's way, which is the same here
+    if (letter == 0 || letter > 127 || strchr("aAbBcCdDeFgGhHIjmMnprRStTuUVwWxXyYzZ%", letter) == nullptr)
+        trap(text_of("strftime with the unknown conversion '%%%c'", letter));
+    const char of_host[] = {'%', static_cast<char>(letter), 0};
+    char text[256];
+    size_t n = strftime(text, sizeof text, of_host, &t); // 0 for the empty %p too
+    return std::u16string(text, text + n);
 }
 
 ADDRESS shared_time(VM& vm) { return vm.library->object(vm.library->broken_down_time, 2 * fields); }
@@ -122,16 +135,19 @@ void lib_ctime(VM& vm, int64_t* a) {
 }
 
 void lib_strftime(VM& vm, int64_t* a) {
-    ADDRESS to = address_of(a[0]);
+    ADDRESS to = address_of(a[0]), format = address_of(a[2]);
     uint32_t room = static_cast<uint32_t>(a[1]);
     struct tm t = read_time(vm, address_of(a[3]), true);
-    // With one character more the result is never empty, and no room can be told from no text.
-    std::string format = vm.mem.read_text(address_of(a[2])) + " ";
-    std::string text(format.size() * 64 + 64, 0);
-    text.resize(::strftime(text.data(), text.size(), format.c_str(), &t));
-    if (!text.empty()) text.pop_back();
+    std::u16string text;
+    for (uint16_t c; text.size() < room && (c = vm.mem.read16(format)) != 0; ++format) {
+        if (c == '%')
+            text += conversion(vm, format, t);
+        else
+            text += static_cast<char16_t>(c);
+    }
     a[0] = 0;
     if (text.size() >= room) return;
-    store_text(vm, to, text);
+    for (char16_t c : text) vm.mem.write16(to++, static_cast<uint16_t>(c));
+    vm.mem.write16(to, 0);
     a[0] = static_cast<int64_t>(text.size());
 }

@@ -9,9 +9,11 @@
 // WRONG: --epoch wants a number
 // WRONG: unknown option '--env=A'
 //
-// A program stopped by its own signal, and a jump to a function that has returned.
+// A program stopped by its own signals, and a jump to a function that has returned.
 // RUN: sh -c 'nxrun %t raise; test $? -eq 143'
 // RUN: sh -c 'nxrun %t jump; test $? -eq 3' 2>&1 | FileCheck %s --check-prefix=JUMP
+// RUN: sh -c 'nxrun %t end; test $? -eq 134' | FileCheck %s --check-prefix=END
+// END: signal 6
 // JUMP: in function 'main': longjmp to a function that is not running any more
 //
 // RUN: sh -c 'ulimit -v 300000; nxrun %t; test $? -eq 1' 2>&1 | FileCheck %s --check-prefix=MEMORY
@@ -25,11 +27,17 @@
 
 static jmp_buf gone;
 static int leave(void) { return setjmp(gone); }
+static void told(int number) { printf("signal %d\n", number); }
 static const char *of(const char *name) { return getenv(name) ? getenv(name) : "none"; }
 
 int main(int argc, char **argv) {
     time_t now = time(0);
     if (argc > 1 && argv[1][0] == 'r') raise(SIGTERM);
+    if (argc > 1 && argv[1][0] == 'e') {
+        signal(SIGABRT, told);
+        atexit(abort); // a function of the library, called by nobody
+        return 0;
+    }
     if (argc > 1 && argv[1][0] == 'j') {
         leave();
         longjmp(gone, 1);
