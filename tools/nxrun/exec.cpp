@@ -496,31 +496,32 @@ resumed:
 
 // ---------------------------------------------------------------------------------------------------------------- jumps
 
-// What stands in the program's memory: the number of the activation, its depth, and the call's place in the code.
+// What stands in the program's memory: the number of the activation, its depth, the call's place in the code, and the
+// end of the stack.
 void VM::mark_place(ADDRESS env) {
     FRAME& frame = frames_.back();
     if (frame.mark == 0) frame.mark = ++marks_;
     mem.write_n(env, frame.mark, 2);
     mem.write_n(env + 2, static_cast<uint32_t>(frames_.size() - 1), 2);
     mem.write_n(env + 4, static_cast<uint32_t>(frame.pc - frame.function->code.data()), 2);
-    mem.write_n(env + 6, 0, 2);
+    mem.write_n(env + 6, memory_top_, 2);
 }
 
 void VM::jump_to_place(ADDRESS env, int64_t value) {
-    uint32_t mark = mem.read32(env), depth = mem.read32(env + 2), pc = mem.read32(env + 4);
-    if (depth >= frames_.size() || mark == 0 || frames_[depth].mark != mark || pc >= frames_[depth].function->code.size())
+    uint32_t mark = mem.read32(env), depth = mem.read32(env + 2), pc = mem.read32(env + 4), top = mem.read32(env + 6);
+    const FRAME* frame = depth < frames_.size() ? &frames_[depth] : nullptr;
+    if (frame == nullptr || mark == 0 || frame->mark != mark || pc >= frame->function->code.size() ||
+        top < frame->memory + frame->function->frame_units || top > memory_top_)
         trap("longjmp to a function that is not running any more, or without setjmp");
-    throw LONG_JUMP{depth, pc, value};
+    throw LONG_JUMP{depth, pc, top, value};
 }
 
 // Gives up the activations above the one to return to.
 const INSN* VM::return_to(const LONG_JUMP& jump) {
-    const FRAME& to = frames_[jump.frame];
-    ADDRESS top = to.memory + to.function->frame_units;
-    memset(mem.state + top, UNIT_FREE, memory_top_ - top);
-    memory_top_ = top;
+    memset(mem.state + jump.top, UNIT_FREE, memory_top_ - jump.top);
+    memory_top_ = jump.top;
     frames_.erase(frames_.begin() + static_cast<std::ptrdiff_t>(jump.frame) + 1, frames_.end());
-    return to.function->code.data() + jump.pc;
+    return frames_.back().function->code.data() + jump.pc;
 }
 
 // ------------------------------------------------------------------------------------------------- calls and traps

@@ -23,6 +23,7 @@ struct PROGRAM_EXIT {
 struct LONG_JUMP {
     size_t frame; // activation, counted from the outermost
     size_t pc;    // the call: index of its instruction
+    uint32_t top; // where the stack ended
     int64_t value;
 };
 

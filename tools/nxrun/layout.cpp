@@ -171,6 +171,18 @@ SIGNATURE PROGRAM_GEN::signature_of_definition(const SOURCE_FUNCTION& f) {
     return s;
 }
 
+// Whether a function type that says what it takes says the same as the library.
+static bool agrees_with(const FUNC_PART& type, const SIGNATURE& library) {
+    if (!type.proto) return true;
+    SIGNATURE s;
+    s.result = kind_of(type.return_type);
+    if (s.result == V_BLOCK) s.result_units = units_of(type.return_type);
+    s.variadic = type.vararg;
+    for (const auto& p : type.params) s.params.push_back(kind_of(p.type));
+    s.param_units.resize(s.params.size());
+    return s == library;
+}
+
 void PROGRAM_GEN::declare_function(SYMTAB* s, bool has_body) {
     std::string name = c_name(s);
     GLOBAL& g = globals_[s->word[0]];
@@ -262,6 +274,12 @@ void PROGRAM_GEN::declare_globals() {
         if (entry == nullptr) continue;
         f->handler = entry->handler;
         f->signature = library_signature(*entry);
+    }
+    for (const SYMTAB* s : unit.globals) {
+        const FUNCTION* f = function_at(s);
+        if (f == nullptr || f->handler == nullptr || agrees_with(*s->otype->descriptor->func, f->signature)) continue;
+        enter_file_of(s);
+        mismatch("function '" + f->name + "': ", "declared otherwise than the library has it");
     }
 }
 

@@ -65,7 +65,8 @@ std::string text_of_time(const struct tm& t) {
 // What the conversion at `format` gives, which is left at its last character.
 std::u16string conversion(VM& vm, ADDRESS& format, const struct tm& t) {
     uint16_t letter = vm.mem.read16(++format);
-    if (letter == 'E' || letter == 'O') letter = vm.mem.read16(++format); // another locale's way, which is the same here
+    if (letter == 'E' || letter == 'O')
+        letter = vm.mem.read16(++format); // another locale's way, which is the same here
     if (letter == 0 || letter > 127 || strchr("aAbBcCdDeFgGhHIjmMnprRStTuUVwWxXyYzZ%", letter) == nullptr)
         trap(text_of("strftime with the unknown conversion '%%%c'", letter));
     const char of_host[] = {'%', static_cast<char>(letter), 0};

@@ -3,6 +3,13 @@
 // REQUIRES: front-end
 // RUN: nxparse -w %s -o %t && sh -c 'printf "one two\nlast" | nxrun %t a "b c"; echo status $?' 2>%t.err | FileCheck %s --match-full-lines
 // RUN: FileCheck %s --check-prefix=ERR --input-file=%t.err
+//
+// The headers declare every function of the library, and as the library has it.
+// RUN: sed -n -e 's/^LIB(\([A-Za-z0-9_]*\),.*/\1/p' -e 's/^LIB_AS(\([A-Za-z0-9_]*\),.*/\1/p' -e 's/^LIB_MATH[12]*(\([a-z0-9]*\).*/\1\n\1f\n\1l/p' %S/../../../tools/nxrun/library.def | grep -v -e _sqrt -e '^name' > %t.names
+// RUN: sh -c 'for h in assert ctype inttypes locale math setjmp signal stdio stdlib string time wchar wctype; do echo "#include <$h.h>"; done; sed "s/.*/#undef &/" %t.names; echo "void *all[] = {"; sed "s/.*/(void*)\&&,/" %t.names; echo "}; int main(void) { return 0; }"' > %t.all.c
+// RUN: nxparse -w %t.all.c -o %t.all && nxrun --strict %t.all
+// RUN: echo 'double time(int); int main(void) { return &time == 0; }' > %t.wrong.c && nxparse -w %t.wrong.c -o %t.all && not nxrun --strict %t.all 2>&1 | FileCheck %s --check-prefix=WRONG
+// WRONG: function 'time': declared otherwise than the library has it
 #include <ctype.h>
 #include <errno.h>
 #include <math.h>
