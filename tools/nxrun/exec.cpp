@@ -494,11 +494,12 @@ resumed:
     }
 }
 
-// ---------------------------------------------------------------------------------------------------------------- jumps
+// ----------------------------------------------------------------------------------------------------------- jumps
 
 // What stands in the program's memory: the number of the activation, its depth, the call's place in the code, and the
 // end of the stack.
 void VM::mark_place(ADDRESS env) {
+    if (frames_.empty()) trap("setjmp outside every function");
     FRAME& frame = frames_.back();
     if (frame.mark == 0) frame.mark = ++marks_;
     mem.write_n(env, frame.mark, 2);
@@ -510,8 +511,10 @@ void VM::mark_place(ADDRESS env) {
 void VM::jump_to_place(ADDRESS env, int64_t value) {
     uint32_t mark = mem.read32(env), depth = mem.read32(env + 2), pc = mem.read32(env + 4), top = mem.read32(env + 6);
     const FRAME* frame = depth < frames_.size() ? &frames_[depth] : nullptr;
-    if (frame == nullptr || mark == 0 || frame->mark != mark || pc >= frame->function->code.size() ||
-        top < frame->memory + frame->function->frame_units || top > memory_top_)
+    bool is_call = frame != nullptr && pc < frame->function->code.size() &&
+                   (frame->function->code[pc].op == B_CALL_LIB || frame->function->code[pc].op == B_CALL_PTR);
+    if (!is_call || mark == 0 || frame->mark != mark || top < frame->memory + frame->function->frame_units ||
+        top > memory_top_)
         trap("longjmp to a function that is not running any more, or without setjmp");
     throw LONG_JUMP{depth, pc, top, value};
 }
