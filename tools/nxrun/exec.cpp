@@ -629,6 +629,7 @@ int VM::run_main(const std::vector<std::string>& args) {
             size_t wanted = program.main->signature.params.size();
             slots_[0] = static_cast<int64_t>(args.size());
             slots_[1] = wanted > 1 ? place_arguments(args) : 0;
+            slots_[2] = wanted > 2 ? place_arguments(options.library.environment) : 0;
             run(program.main, slots_);
             status = program.main->signature.result == V_VOID ? 0 : static_cast<int>(slots_[0]);
         } catch (const PROGRAM_EXIT& e) { status = e.status; }

@@ -1,10 +1,10 @@
 // The scanf family: conversions %d %i %u %o %x %c %s %[ %e %f %g %a %p %n %%, with width, star and length.
 #include "exec.h"
+#include "float_text.h"
 #include "library.h"
 
 #include <bit>
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
@@ -180,7 +180,9 @@ class SCANNER {
     }
 
     bool floating(bool drop, bool is_double) {
-        std::string text = narrow(gather(begins_number));
+        FLOAT_TEXT number;
+        gather([&](const std::u16string&, int c) { return number.take(c); });
+        const std::string& text = number.text();
         char* end = nullptr;
         double v = strtod(text.c_str(), &end);
         if (end == text.c_str() || *end != 0) return false;
@@ -190,32 +192,6 @@ class SCANNER {
         else
             store(std::bit_cast<uint32_t>(strtof(text.c_str(), nullptr)), 2);
         return true;
-    }
-
-    // Whether a number, a decimal or hexadecimal one, an infinity or a NaN, can begin with the text and then `c`.
-    static bool begins_number(const std::u16string& text, int c) {
-        auto lower = [](int x) { return x >= 'A' && x <= 'Z' ? x + 32 : x; };
-        size_t i = !text.empty() && (text[0] == '+' || text[0] == '-') ? 1 : 0;
-        int next = lower(c);
-        if (i == text.size() && (next == 'i' || next == 'n')) return true;
-        if (i < text.size() && (lower(text[i]) == 'i' || lower(text[i]) == 'n')) {
-            const char* word = lower(text[i]) == 'i' ? "infinity" : "nan";
-            return text.size() - i < strlen(word) && next == word[text.size() - i];
-        }
-        bool hex = text.size() > i + 1 && text[i] == '0' && lower(text[i + 1]) == 'x';
-        if (next == 'x') return text.size() == i + 1 && text[i] == '0';
-        bool point = false, exponent = false, digits = false;
-        for (size_t k = hex ? i + 2 : i; k < text.size(); ++k) {
-            int x = lower(text[k]);
-            if (x == '.') point = true;
-            if (!exponent && (x == (hex ? 'p' : 'e'))) exponent = true;
-            if ((x >= '0' && x <= '9') || (hex && x >= 'a' && x <= 'f')) digits = true;
-        }
-        if (next >= '0' && next <= '9') return true;
-        if (next == '+' || next == '-') return text.empty() || (exponent && lower(text.back()) == (hex ? 'p' : 'e'));
-        if (next == '.') return !point && !exponent;
-        if (hex && !exponent && next >= 'a' && next <= 'f') return true;
-        return next == (hex ? 'p' : 'e') && digits && !exponent;
     }
 
     bool set(bool drop) {

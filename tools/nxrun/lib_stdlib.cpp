@@ -1,5 +1,6 @@
 // Library functions of stdlib.h: memory, numbers, sorting. Those that end or leave the program stand in lib_control.
 #include "exec.h"
+#include "float_text.h"
 #include "library.h"
 
 #include <algorithm>
@@ -139,20 +140,18 @@ PARSED parse_argument(VM& vm, int64_t* a) {
     return p;
 }
 
-double parse_double(VM& vm, ADDRESS text, ADDRESS& end) {
-    // The characters that a number can be made of; strtod finds the end of the number among them.
-    std::string copy;
-    constexpr size_t most = 4096;
-    for (ADDRESS p = text; copy.size() < most; ++p) {
-        uint16_t c = vm.mem.read16(p);
-        if (c == 0 || c > 127) break;
-        copy += static_cast<char>(c);
-    }
+// What `convert` makes of the number at the begin of the text. No character behind the number is looked at but one.
+template <typename T> T parse_float(VM& vm, ADDRESS text, ADDRESS& end, T (*convert)(const char*, char**)) {
+    ADDRESS begin = text;
+    while (is_space(vm.mem.read16(begin))) ++begin;
+    FLOAT_TEXT number;
+    for (ADDRESS p = begin; number.take(vm.mem.read16(p)); ++p) {}
     char* stop = nullptr;
     errno = 0;
-    double v = strtod(copy.c_str(), &stop);
+    T v = convert(number.text().c_str(), &stop);
     if (errno == ERANGE) set_errno(vm, ERANGE);
-    end = text + static_cast<ADDRESS>(stop - copy.c_str());
+    ptrdiff_t length = stop - number.text().c_str();
+    end = length != 0 ? begin + static_cast<ADDRESS>(length) : text;
     return v;
 }
 
@@ -173,17 +172,19 @@ void lib_strtoull(VM& vm, int64_t* a) {
 }
 void lib_atof(VM& vm, int64_t* a) {
     ADDRESS end;
-    a[0] = std::bit_cast<int64_t>(parse_double(vm, at(a[0]), end));
+    a[0] = std::bit_cast<int64_t>(parse_float(vm, at(a[0]), end, strtod));
 }
 void lib_strtod(VM& vm, int64_t* a) {
     ADDRESS end;
-    double v = parse_double(vm, at(a[0]), end);
+    double v = parse_float(vm, at(a[0]), end, strtod);
     if (a[1] != 0) vm.mem.write_n(at(a[1]), end, 2);
     a[0] = std::bit_cast<int64_t>(v);
 }
 void lib_strtof(VM& vm, int64_t* a) {
-    lib_strtod(vm, a);
-    a[0] = std::bit_cast<uint32_t>(static_cast<float>(std::bit_cast<double>(a[0])));
+    ADDRESS end;
+    float v = parse_float(vm, at(a[0]), end, strtof);
+    if (a[1] != 0) vm.mem.write_n(at(a[1]), end, 2);
+    a[0] = std::bit_cast<uint32_t>(v);
 }
 
 // A character of more than one byte does not exist: each is one unit, and the same as a wide one.
