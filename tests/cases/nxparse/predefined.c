@@ -11,6 +11,8 @@
 // Strict dialects say so, and each header stands alone, in every dialect, without a word.
 // RUN: nxparse -std=c89 -dM %s | FileCheck %s --check-prefix=STRICT
 // STRICT: #define __STRICT_ANSI__ 1
+// RUN: sh -c 'echo "#include <math.h>"; echo "#include <string.h>"; echo "char *strdup(char *s); static int round(int x) { return x; }"' > %t.own.c
+// RUN: nxparse -std=c89 -fsyntax-only %t.own.c && not nxparse -fsyntax-only %t.own.c
 // RUN: sh -ec 'rm -f %t.all.c; for h in alloca assert ctype errno fenv float inttypes iso646 limits locale math setjmp signal stdalign stdarg stdbool stddef stdint stdio stdlib stdnoreturn string strings tgmath time wchar wctype; do (echo "#include <$h.h>"; echo "extern int x;") > %t.h.c; cat %t.h.c >> %t.all.c; for s in c89 gnu99; do nxparse -std=$s -pedantic-errors -Wall -Wextra -fsyntax-only %t.h.c; done; done; for s in c89 gnu89 c99 c11 gnu17; do nxparse -std=$s -pedantic-errors -Wall -Wextra -fsyntax-only %t.all.c; done' 2>&1 | count 0
 // RUN: sh -c 'for h in complex threads stdatomic; do echo "#include <$h.h>" > %t.h.c; nxparse -fsyntax-only %t.h.c; done; true' 2>&1 | FileCheck %s --check-prefix=REFUSED
 // REFUSED: complex.h:1:2: error: {{.*}}not supported
