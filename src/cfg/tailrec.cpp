@@ -9,7 +9,8 @@
 // Needs:  blocks with bound labels and `succs`; the prolog as the first statement.
 // Skips:  level below 2; functions of another language, interrupts, variadic functions, functions with an exception
 //         table; functions that take the address of a local: what a local held at the call must not be overwritten
-//         while the address is still in use.
+//         while the address is still in use; functions that call setjmp: longjmp may come back to an activation that
+//         would have become a later one.
 // Cost:   one look at the end of each block; one walk over the trees if there is a candidate; assignments are ordered
 // in
 //         time square to the number of parameters.
@@ -70,8 +71,10 @@ bool TAIL_RECURSION::allowed() const {
            !chain_has_varargs(f_->scalar_locals);
 }
 
-// Whether the node gives away where a parameter or an automatic local lives.
+// Whether the node gives away where a parameter or an automatic local lives. setjmp keeps the whole activation.
 bool exposes_local(const NODE* node) {
+    if (node->op == NAME && node->u.sym != nullptr && node->u.sym->level == 0)
+        return strcmp(node->u.sym->name, "_setjmp") == 0;
     if (node->op != UAND && node->op != ARGREF && node->op != NAME) return false;
     const NODE* object = node;
     if (node->op == NAME) {

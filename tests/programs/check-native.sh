@@ -8,6 +8,7 @@
 #   --update   write NAME.expected from the 64-bit sanitizer build where that run is clean and the 32-bit one agrees
 # Prints a line per failure and "N passed, M failed"; exit status 1 if anything failed.
 set -u
+export TZ=UTC
 cd "$(dirname "$0")" || exit 2
 update=0
 if [ "${1:-}" = "--update" ]; then

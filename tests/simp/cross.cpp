@@ -15,6 +15,7 @@ namespace {
 class PROGRAM_OF_TREE {
   public:
     explicit PROGRAM_OF_TREE(const NODE* tree) {
+        unit_.files = {"tree"};
         for (const VARIABLE& v : world.variables)
             if (!v.is_local) unit_.globals.push_back(v.symbol); // aggregates first: their addresses are the world's
         for (const VARIABLE& v : world.variables)
@@ -148,7 +149,7 @@ std::string cross_check(const NODE* tree, uint64_t seed, int inputs, uint64_t& c
     PROGRAM_OF_TREE source(tree);
     PROGRAM program;
     MEMORY memory;
-    PROGRAM_GEN gen(source.unit(), program, memory, GEN_OPTIONS(), "tree");
+    PROGRAM_GEN gen(source.unit(), program, memory, GEN_OPTIONS());
     try {
         gen.compile();
     } catch (const BAD_FILE& bad) { return "the interpreter refuses the tree: " + bad.text; }

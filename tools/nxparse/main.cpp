@@ -5,6 +5,7 @@
 
 #include "clang/Frontend/PreprocessorOutputOptions.h"
 #include "clang/Frontend/Utils.h"
+#include "clang/Lex/PreprocessorOptions.h"
 #include "llvm/Support/raw_ostream.h"
 
 #include <cstdlib>
@@ -27,6 +28,7 @@ const char* const help_text =
     "  -include FILE        reads FILE first\n"
     "  -D NAME[=VALUE], -U NAME\n"
     "  -E                   only preprocesses, to standard output or to -o FILE\n"
+    "  -dM                  only lists the macros that are defined at the end\n"
     "  -fsyntax-only        only checks\n"
     "  -std=STD             c89, c99, gnu99 (the default), c11, gnu11, c17, gnu17\n"
     "  -w                   no warnings\n"
@@ -37,6 +39,7 @@ const char* const help_text =
 struct COMMAND {
     std::string input, output;
     bool preprocess = false, check_only = false;
+    bool list_macros = false;            // with preprocess: only the macros that are defined at the end
     std::vector<std::string> clang_args; // for Clang's front end
     std::vector<std::string> warnings;   // likewise, in front of our own
 };
@@ -73,6 +76,8 @@ COMMAND parse_command(int argc, char** argv) {
             c.output = operand("-o");
         } else if (strcmp(a, "-E") == 0) {
             c.preprocess = true;
+        } else if (strcmp(a, "-dM") == 0) {
+            c.preprocess = c.list_macros = true;
         } else if (strcmp(a, "-fsyntax-only") == 0) {
             c.check_only = true;
         } else if (starts_with(a, "-isystem") || starts_with(a, "-include") || starts_with(a, "-iquote")) {
@@ -257,8 +262,8 @@ class NX_PREPROCESS final : public PreprocessorFrontendAction {
         std::string text;
         llvm::raw_string_ostream os(text);
         PreprocessorOutputOptions options;
-        options.ShowCPP = 1;
-        options.ShowLineMarkers = 1;
+        options.ShowCPP = options.ShowLineMarkers = !command_.list_macros;
+        options.ShowMacros = command_.list_macros;
         DoPrintPreprocessedInput(getCompilerInstance().getPreprocessor(), &os, options);
         os.flush();
         if (getCompilerInstance().getDiagnosticClient().getNumErrors() != 0) return;
@@ -303,6 +308,7 @@ int compile(const COMMAND& command) {
     ci.createDiagnostics(printer, true);
     auto invocation = std::make_shared<CompilerInvocation>();
     if (!CompilerInvocation::CreateFromArgs(*invocation, pointers, ci.getDiagnostics())) return 1;
+    if (!invocation->getLangOpts()->GNUMode) invocation->getPreprocessorOpts().addMacroDef("__STRICT_ANSI__=1");
     ci.setInvocation(invocation);
     ProcessWarningOptions(ci.getDiagnostics(), ci.getDiagnosticOpts(), false);
     auto files = make_file_system();

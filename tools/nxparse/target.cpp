@@ -24,7 +24,7 @@ class NX_TARGET final : public TargetInfo {
         IntPtrType = SignedInt;
         IntMaxType = SignedLongLong;
         WCharType = UnsignedShort;
-        WIntType = UnsignedInt;
+        WIntType = SignedInt;
         Char16Type = UnsignedShort;
         Char32Type = UnsignedInt;
         Int64Type = SignedLongLong;
@@ -63,50 +63,6 @@ TargetInfo* make_target() {
     TargetInfo* target = new NX_TARGET;
     target->*options_member() = std::make_shared<TargetOptions>();
     return target;
-}
-
-const std::vector<std::string>& predefined_macros() {
-    static const std::vector<std::string> macros = {
-        "__NXPARSE__=1",
-        "__ORVANE__=1",
-        "__CHAR_BIT__=16",
-        "__SCHAR_MAX__=32767",
-        "__SHRT_MAX__=32767",
-        "__INT_MAX__=2147483647",
-        "__LONG_MAX__=2147483647L",
-        "__LONG_LONG_MAX__=9223372036854775807LL",
-        "__WCHAR_MAX__=65535",
-        "__SIZE_MAX__=4294967295U",
-        "__SIZEOF_SHORT__=1",
-        "__SIZEOF_INT__=2",
-        "__SIZEOF_LONG__=2",
-        "__SIZEOF_LONG_LONG__=4",
-        "__SIZEOF_FLOAT__=2",
-        "__SIZEOF_DOUBLE__=4",
-        "__SIZEOF_LONG_DOUBLE__=4",
-        "__SIZEOF_POINTER__=2",
-        "__SIZEOF_SIZE_T__=2",
-        "__SIZEOF_WCHAR_T__=1",
-        "__SIZE_TYPE__=unsigned int",
-        "__PTRDIFF_TYPE__=int",
-        "__WCHAR_TYPE__=unsigned short",
-        "__INTPTR_TYPE__=int",
-        "__UINTPTR_TYPE__=unsigned int",
-        "__INT16_TYPE__=short",
-        "__UINT16_TYPE__=unsigned short",
-        "__INT32_TYPE__=int",
-        "__UINT32_TYPE__=unsigned int",
-        "__INT64_TYPE__=long long int",
-        "__UINT64_TYPE__=unsigned long long int",
-        "__ORDER_LITTLE_ENDIAN__=1234",
-        "__ORDER_BIG_ENDIAN__=4321",
-        "__BYTE_ORDER__=1234",
-        "__STDC_NO_COMPLEX__=1",
-        "__STDC_NO_VLA__=1",
-        "__STDC_NO_THREADS__=1",
-        "__STDC_NO_ATOMICS__=1",
-    };
-    return macros;
 }
 
 llvm::IntrusiveRefCntPtr<llvm::vfs::FileSystem> make_file_system() {

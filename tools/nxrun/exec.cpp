@@ -1,6 +1,8 @@
 // The dispatch loop and what surrounds it: see exec.h.
 #include "exec.h"
 
+#include "library.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -9,8 +11,8 @@
 #include <sys/mman.h>
 
 VM::VM(PROGRAM& p, MEMORY& m, const VM_OPTIONS& o)
-    : program(p), mem(m), options(o), memory_top_(m.stack_begin()), entered_(p.blocks.size()),
-      steps_left_(o.max_steps > 0 ? o.max_steps : std::numeric_limits<int64_t>::max()) {
+    : program(p), mem(m), options(o), library(std::make_unique<LIBRARY_STATE>(*this)), memory_top_(m.stack_begin()),
+      entered_(p.blocks.size()), steps_left_(o.max_steps > 0 ? o.max_steps : std::numeric_limits<int64_t>::max()) {
     void* area = mmap(nullptr, slot_limit * sizeof(int64_t), PROT_READ | PROT_WRITE,
                       MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (area == MAP_FAILED) throw BAD_FILE{"not enough memory for the program's stack"};
@@ -129,7 +131,7 @@ void VM::enter(const FUNCTION* f, int64_t* slots) {
     if (frames_.size() >= frame_limit || slots + f->slots > slots_ + slot_limit ||
         memory_top_ + f->frame_units > mem.stack_end())
         trap("stack overflow: " + std::to_string(frames_.size()) + " calls deep");
-    frames_.push_back({f, f->code.data(), slots, memory_top_});
+    frames_.push_back({f, f->code.data(), slots, memory_top_, 0});
     if (f->frame_units != 0) {
         for (auto [at, units] : f->frame_objects) mem.set_state(memory_top_ + at, units, UNIT_WRITABLE);
         memory_top_ += f->frame_units;
@@ -173,6 +175,7 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
     L_##name : RA = (expr);                                                                                            \
     NEXT();
 
+resumed:
     try {
         DISPATCH();
 
@@ -476,7 +479,52 @@ void VM::run(const FUNCTION* entry, int64_t* entry_slots) {
         if (!frames_.empty() && frames_.back().slots == R && frames_.back().function->code.data() == code)
             frames_.back().pc = pc;
         raise(t);
+    } catch (const LONG_JUMP& jump) {
+        if (jump.frame < bottom) {
+            --host_depth_;
+            throw;
+        }
+        pc = return_to(jump);
+        R = frames_.back().slots;
+        frame = frames_.back().memory;
+        code = frames_.back().function->code.data();
+        RA = jump.value;
+        ++pc;
+        goto resumed;
     }
+}
+
+// ----------------------------------------------------------------------------------------------------------- jumps
+
+// What stands in the program's memory: the number of the activation, its depth, the call's place in the code, and the
+// end of the stack.
+void VM::mark_place(ADDRESS env) {
+    if (frames_.empty()) trap("setjmp outside every function");
+    FRAME& frame = frames_.back();
+    if (frame.mark == 0) frame.mark = ++marks_;
+    mem.write_n(env, frame.mark, 2);
+    mem.write_n(env + 2, static_cast<uint32_t>(frames_.size() - 1), 2);
+    mem.write_n(env + 4, static_cast<uint32_t>(frame.pc - frame.function->code.data()), 2);
+    mem.write_n(env + 6, memory_top_, 2);
+}
+
+void VM::jump_to_place(ADDRESS env, int64_t value) {
+    uint32_t mark = mem.read32(env), depth = mem.read32(env + 2), pc = mem.read32(env + 4), top = mem.read32(env + 6);
+    const FRAME* frame = depth < frames_.size() ? &frames_[depth] : nullptr;
+    bool is_call = frame != nullptr && pc < frame->function->code.size() &&
+                   (frame->function->code[pc].op == B_CALL_LIB || frame->function->code[pc].op == B_CALL_PTR);
+    if (!is_call || mark == 0 || frame->mark != mark || top < frame->memory + frame->function->frame_units ||
+        top > memory_top_)
+        trap("longjmp to a function that is not running any more, or without setjmp");
+    throw LONG_JUMP{depth, pc, top, value};
+}
+
+// Gives up the activations above the one to return to.
+const INSN* VM::return_to(const LONG_JUMP& jump) {
+    memset(mem.state + jump.top, UNIT_FREE, memory_top_ - jump.top);
+    memory_top_ = jump.top;
+    frames_.erase(frames_.begin() + static_cast<std::ptrdiff_t>(jump.frame) + 1, frames_.end());
+    return frames_.back().function->code.data() + jump.pc;
 }
 
 // ------------------------------------------------------------------------------------------------- calls and traps
@@ -513,9 +561,9 @@ const FUNCTION* VM::callee_of(int64_t address, const SIGNATURE& as, int64_t* arg
 }
 
 int64_t VM::call_back(ADDRESS function, const SIGNATURE& as, std::initializer_list<int64_t> args) {
-    // The running function's slots end where its frame ends; the callee's begin behind them.
-    const FRAME& top = frames_.back();
-    int64_t* slots = top.slots + top.function->slots;
+    // The running function's slots end where its frame ends; the callee's begin behind them. At the end of the program
+    // a library function may run without one.
+    int64_t* slots = frames_.empty() ? slots_ : frames_.back().slots + frames_.back().function->slots;
     if (slots + args.size() + 1 > slots_ + slot_limit) trap("stack overflow");
     std::copy(args.begin(), args.end(), slots);
     const FUNCTION* f = callee_of(function, as, slots);
@@ -581,10 +629,12 @@ int VM::run_main(const std::vector<std::string>& args) {
             size_t wanted = program.main->signature.params.size();
             slots_[0] = static_cast<int64_t>(args.size());
             slots_[1] = wanted > 1 ? place_arguments(args) : 0;
+            slots_[2] = wanted > 2 ? place_arguments(options.library.environment) : 0;
             run(program.main, slots_);
             status = program.main->signature.result == V_VOID ? 0 : static_cast<int>(slots_[0]);
         } catch (const PROGRAM_EXIT& e) { status = e.status; }
         // Functions registered last run first; one of them may register more, or call exit itself.
+        std::vector<ADDRESS>& at_exit = library->at_exit;
         while (!at_exit.empty()) {
             ADDRESS f = at_exit.back();
             at_exit.pop_back();
@@ -592,7 +642,11 @@ int VM::run_main(const std::vector<std::string>& args) {
             memory_top_ = mem.stack_begin();
             host_depth_ = 0;
             try {
-                run(callee_of(f, SIGNATURE{}, slots_), slots_);
+                const FUNCTION* function = callee_of(f, SIGNATURE{}, slots_);
+                if (function->handler != nullptr)
+                    function->handler(*this, slots_);
+                else
+                    run(function, slots_);
             } catch (const PROGRAM_EXIT& e) { status = e.status; }
         }
     } catch (...) {
@@ -627,13 +681,4 @@ void VM::flush() {
     std::string text;
     text.swap(output_);
     on_output(1, text.data(), text.size());
-}
-
-int VM::read_char() {
-    if (pushed_back_ >= 0) {
-        int c = pushed_back_;
-        pushed_back_ = -1;
-        return c;
-    }
-    return on_input();
 }

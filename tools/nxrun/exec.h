@@ -4,6 +4,7 @@
 #define NXRUN_EXEC_H
 
 #include "bytecode.h"
+#include "streams.h"
 
 #include <functional>
 
@@ -12,10 +13,13 @@ struct TRAPPED {
     std::string text; // "file:line:column: in function: cause", then the calls that led there, a line each
 };
 
+struct LIBRARY_STATE;
+
 struct VM_OPTIONS {
     bool count = false;    // the program was compiled with counters
     int64_t max_steps = 0; // executed nodes; 0: no limit
     bool strict = false;   // report conversions out of range
+    LIBRARY_OPTIONS library;
 };
 
 class VM {
@@ -32,13 +36,17 @@ class VM {
     // Calls a function of the program from a library function; `args` are as in its slots. Returns slot 0.
     int64_t call_back(ADDRESS function, const SIGNATURE& as, std::initializer_list<int64_t> args);
 
+    // setjmp and longjmp: notes in four units of 32 bits at `env` where the running call stands, so that it can come
+    // back with another value; traps if the function has returned since.
+    void mark_place(ADDRESS env);
+    [[noreturn]] void jump_to_place(ADDRESS env, int64_t value);
+
     COUNTS counts() const; // of the run so far
 
     // Writes to standard output (1) or standard error (2). Standard output is gathered and given out in pieces.
     void write(int stream, const char* text, size_t n);
     void flush();
-    int read_char(); // from standard input; -1 at the end
-    void unread_char(int c) { pushed_back_ = c; }
+    int read_char() { return on_input(); } // from standard input; -1 at the end
 
     PROGRAM& program;
     MEMORY& mem;
@@ -46,10 +54,7 @@ class VM {
     std::function<void(int, const char*, size_t)> on_output; // default: the process's own streams
     std::function<int()> on_input;
 
-    // State of library functions.
-    uint32_t random_state = 1;
-    ADDRESS strtok_next = 0;
-    std::vector<ADDRESS> at_exit;
+    std::unique_ptr<LIBRARY_STATE> library; // state of library functions
     int write_error = 0;
 
   private:
@@ -58,6 +63,7 @@ class VM {
         const INSN* pc; // instruction that runs, or the call that is under way
         int64_t* slots;
         ADDRESS memory;
+        uint32_t mark = 0; // not 0: longjmp may come back to this activation, which has the number
     };
     static constexpr size_t slot_limit = size_t{1} << 24;  // 64-bit slots of all frames together
     static constexpr size_t frame_limit = size_t{1} << 20; // nested calls
@@ -65,6 +71,7 @@ class VM {
 
     void run(const FUNCTION*, int64_t* slots);
     void enter(const FUNCTION*, int64_t* slots);
+    const INSN* return_to(const LONG_JUMP&);
     const FUNCTION* callee_of(int64_t address, const SIGNATURE& as, int64_t* args);
     [[noreturn]] void raise(const TRAP&);
     std::string position_text(const FRAME&) const;
@@ -79,8 +86,8 @@ class VM {
     int64_t steps_left_;
     int host_depth_ = 0;
     int notes_ = 0;
+    uint32_t marks_ = 0; // activations that were given a mark
     std::string output_;
-    int pushed_back_ = -1;
 };
 
 #endif

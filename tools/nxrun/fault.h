@@ -1,8 +1,10 @@
-// The two ways in which a run ends early. Both are thrown as C++ exceptions and caught in nxrun.cpp.
+// The ways in which a run ends early or goes back. All are thrown as C++ exceptions; nxrun.cpp and the dispatch loop
+// catch them.
 #ifndef NXRUN_FAULT_H
 #define NXRUN_FAULT_H
 
 #include <cstdarg>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -15,6 +17,14 @@ struct TRAP {
 // The program ended by exit(), abort() or a failed assertion.
 struct PROGRAM_EXIT {
     int status;
+};
+
+// Control goes back to a call of setjmp, which gives the value.
+struct LONG_JUMP {
+    size_t frame; // activation, counted from the outermost
+    size_t pc;    // the call: index of its instruction
+    uint32_t top; // where the stack ended
+    int64_t value;
 };
 
 // The file cannot be run: it is damaged or not well formed. `text` says what and where.

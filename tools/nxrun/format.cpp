@@ -81,7 +81,10 @@ class FORMATTER {
             ++at_;
             length_ = LONG;
             break;
-        case 'L': ++at_; break; // long double is double
+        case 'L': // long double is double, and an integer is meant to be the longest
+            ++at_;
+            length_ = LONG_LONG;
+            break;
         default: break;
         }
     }

@@ -41,7 +41,7 @@ struct GLOBAL {
 
 class PROGRAM_GEN {
   public:
-    PROGRAM_GEN(UNIT&, PROGRAM&, MEMORY&, const GEN_OPTIONS&, std::string file_name);
+    PROGRAM_GEN(UNIT&, PROGRAM&, MEMORY&, const GEN_OPTIONS&);
     void compile(); // throws BAD_FILE
 
     const GLOBAL& global_of(const SYMTAB* s) const { return globals_[s->word[0]]; }
@@ -51,27 +51,30 @@ class PROGRAM_GEN {
     FUNCTION* function_at(const SYMTAB* s) const { return globals_[s->word[0]].function; }
     void mismatch(const std::string& where, const std::string& what); // --strict: notes it
     [[noreturn]] void fail(const std::string& where, const std::string& what) const {
-        throw BAD_FILE{file_name + ": " + where + what};
+        throw BAD_FILE{unit.files[file_] + ": " + where + what};
     }
 
     UNIT& unit;
     PROGRAM& program;
     MEMORY& mem;
     const GEN_OPTIONS options;
-    const std::string file_name;
 
   private:
     void declare_globals();
     void declare_function(SYMTAB*, bool has_body);
     void declare_object(SYMTAB*);
+    void enter_file_of(const SYMTAB*); // for messages
+    // The name under which a function or object is the same for all symbols.
+    std::string key_of(const SYMTAB*) const;
     void initialise(SYMTAB*, const EXPR_LIST&);
     std::pair<int64_t, VKIND> static_value(const NODE*, const std::string& where, int depth);
     int64_t static_address(const NODE*, const std::string& where, int depth);
     SIGNATURE signature_of_definition(const SOURCE_FUNCTION&);
 
     std::vector<GLOBAL> globals_; // by SYMTAB::word[0]
-    std::unordered_map<std::string, FUNCTION*> functions_by_name_;
-    std::unordered_map<std::string, ADDRESS> objects_by_name_; // external definitions
+    uint32_t file_ = 0;           // in work: index into the unit's files
+    std::unordered_map<std::string, FUNCTION*> functions_by_key_;
+    std::unordered_map<std::string, ADDRESS> objects_by_key_; // external definitions
     std::unordered_map<std::string, ADDRESS> texts_;
     std::unordered_map<std::string, uint32_t> text_numbers_;
     std::vector<std::string> mismatches_;

@@ -107,8 +107,14 @@ std::string c_name(const SYMTAB* s) { return s->name[0] == '_' || s->name[0] == 
 
 // ---------------------------------------------------------------------------------------------------- shared tables
 
-PROGRAM_GEN::PROGRAM_GEN(UNIT& u, PROGRAM& p, MEMORY& m, const GEN_OPTIONS& o, std::string name)
-    : unit(u), program(p), mem(m), options(o), file_name(std::move(name)) {}
+PROGRAM_GEN::PROGRAM_GEN(UNIT& u, PROGRAM& p, MEMORY& m, const GEN_OPTIONS& o)
+    : unit(u), program(p), mem(m), options(o) {}
+
+void PROGRAM_GEN::enter_file_of(const SYMTAB* s) { file_ = unit.linkage.empty() ? 0 : unit.linkage[s->word[0]].file; }
+
+std::string PROGRAM_GEN::key_of(const SYMTAB* s) const {
+    return unit.linkage.empty() ? c_name(s) : unit.linkage[s->word[0]].key;
+}
 
 ADDRESS PROGRAM_GEN::text_address(const char* bytes, uint32_t n) {
     std::string text(bytes, n);
@@ -138,7 +144,7 @@ uint32_t PROGRAM_GEN::signature_number(const SIGNATURE& s) {
 
 void PROGRAM_GEN::mismatch(const std::string& where, const std::string& what) {
     constexpr size_t most = 20;
-    if (options.strict && mismatches_.size() < most) mismatches_.push_back(where + what);
+    if (options.strict && mismatches_.size() < most) mismatches_.push_back(unit.files[file_] + ": " + where + what);
 }
 
 // ----------------------------------------------------------------------------------------------------------- globals
@@ -165,10 +171,22 @@ SIGNATURE PROGRAM_GEN::signature_of_definition(const SOURCE_FUNCTION& f) {
     return s;
 }
 
+// Whether a function type that says what it takes says the same as the library.
+static bool agrees_with(const FUNC_PART& type, const SIGNATURE& library) {
+    if (!type.proto) return true;
+    SIGNATURE s;
+    s.result = kind_of(type.return_type);
+    if (s.result == V_BLOCK) s.result_units = units_of(type.return_type);
+    s.variadic = type.vararg;
+    for (const auto& p : type.params) s.params.push_back(kind_of(p.type));
+    s.param_units.resize(s.params.size());
+    return s == library;
+}
+
 void PROGRAM_GEN::declare_function(SYMTAB* s, bool has_body) {
     std::string name = c_name(s);
     GLOBAL& g = globals_[s->word[0]];
-    auto [it, is_new] = functions_by_name_.try_emplace(name, nullptr);
+    auto [it, is_new] = functions_by_key_.try_emplace(key_of(s), nullptr);
     if (is_new || (has_body && it->second->defined)) {
         auto f = std::make_unique<FUNCTION>();
         f->name = name;
@@ -179,6 +197,8 @@ void PROGRAM_GEN::declare_function(SYMTAB* s, bool has_body) {
     g.function = it->second;
     g.at = g.function->address;
     if (has_body) g.function->defined = true;
+    // A weak declaration without a definition is null.
+    if (!g.function->defined && unit.weak.count(s) != 0 && find_library_function(name) == nullptr) g.at = 0;
 }
 
 void PROGRAM_GEN::declare_object(SYMTAB* s) {
@@ -191,15 +211,16 @@ void PROGRAM_GEN::declare_object(SYMTAB* s) {
     if (s->sclass != SC_EXTERN_DECL) {
         g.at = mem.new_static(units, align, name);
         mem.set_state(g.at, units, UNIT_VALUE);
-        if (s->sclass == SC_EXTERN_DEF) objects_by_name_.emplace(name, g.at);
+        if (s->sclass == SC_EXTERN_DEF) objects_by_key_.emplace(key_of(s), g.at);
         return;
     }
-    if (auto it = objects_by_name_.find(name); it != objects_by_name_.end()) {
+    if (auto it = objects_by_key_.find(key_of(s)); it != objects_by_key_.end()) {
         g.at = it->second;
         return;
     }
+    if (unit.weak.count(s) != 0 && !is_library_object(name)) return; // null
     g.at = mem.new_static(std::max(units, 2u), align, name);
-    objects_by_name_.emplace(name, g.at);
+    objects_by_key_.emplace(key_of(s), g.at);
     // The library's own objects. A stream is the address of an object that nobody looks into.
     const std::pair<const char*, ADDRESS*> streams[] = {
         {"stdin", &program.stdin_handle}, {"stdout", &program.stdout_handle}, {"stderr", &program.stderr_handle}};
@@ -237,18 +258,28 @@ void PROGRAM_GEN::declare_globals() {
             bool is_function = s->otype->is_func();
             bool is_definition = is_function ? bodies.count(s) != 0 : s->sclass != SC_EXTERN_DECL;
             if (is_definition != (pass == 0)) continue;
+            enter_file_of(s);
             if (is_function)
                 declare_function(s, is_definition);
             else
                 declare_object(s);
         }
-    for (const SOURCE_FUNCTION& f : unit.functions) function_at(f.symbol)->signature = signature_of_definition(f);
+    for (const SOURCE_FUNCTION& f : unit.functions) {
+        file_ = f.file;
+        function_at(f.symbol)->signature = signature_of_definition(f);
+    }
     for (auto& f : program.functions) {
         if (f->defined) continue;
         const LIBRARY_ENTRY* entry = find_library_function(f->name);
         if (entry == nullptr) continue;
         f->handler = entry->handler;
         f->signature = library_signature(*entry);
+    }
+    for (const SYMTAB* s : unit.globals) {
+        const FUNCTION* f = function_at(s);
+        if (f == nullptr || f->handler == nullptr || agrees_with(*s->otype->descriptor->func, f->signature)) continue;
+        enter_file_of(s);
+        mismatch("function '" + f->name + "': ", "declared otherwise than the library has it");
     }
 }
 
@@ -339,23 +370,28 @@ void PROGRAM_GEN::initialise(SYMTAB* s, const EXPR_LIST& list) {
 
 void PROGRAM_GEN::compile() {
     declare_globals();
-    for (auto& [symbol, list] : unit.initialisers) initialise(symbol, *list);
+    for (auto& [symbol, list] : unit.initialisers) {
+        enter_file_of(symbol);
+        initialise(symbol, *list);
+    }
     for (SYMTAB* s : unit.globals)
         if (!s->otype->is_func() && s->sclass != SC_EXTERN_DECL && s->otype->is_const() && !s->otype->is_volatile())
             mem.set_state(globals_[s->word[0]].at, units_of(s->otype), UNIT_WRITTEN);
     for (const SOURCE_FUNCTION& f : unit.functions) {
+        file_ = f.file;
         FUNCTION* out = function_at(f.symbol);
         if (out->code.empty()) FUNCTION_GEN(*this, f, *out).compile();
     }
-    auto it = functions_by_name_.find("main");
-    if (it == functions_by_name_.end() || !it->second->defined) fail("", "no function main");
+    file_ = 0;
+    auto it = functions_by_key_.find("main");
+    if (it == functions_by_key_.end() || !it->second->defined) fail("", "no function main");
     program.main = it->second;
     const SIGNATURE& s = program.main->signature;
     if (s.params.size() > 3 || s.variadic || s.result == V_BLOCK || is_float_kind(s.result))
         fail("", "main has other parameters or another result than it may have");
     if (!mismatches_.empty()) {
         std::string all;
-        for (const std::string& m : mismatches_) all += (all.empty() ? "" : "\n") + file_name + ": " + m;
+        for (const std::string& m : mismatches_) all += (all.empty() ? "" : "\n") + m;
         throw BAD_FILE{all};
     }
     mem.begin_run();

@@ -1,100 +1,81 @@
-// Library functions of math.h: those of the machine that runs the interpreter.
+// Library functions of math.h: those of the machine that runs the interpreter. errno is what the host's function gave.
 #include "exec.h"
 #include "library.h"
 
 #include <bit>
+#include <cerrno>
 #include <cmath>
 
 namespace {
 
 double d(int64_t slot) { return std::bit_cast<double>(slot); }
 float f(int64_t slot) { return std::bit_cast<float>(static_cast<uint32_t>(slot)); }
-void give(int64_t* a, double v) { a[0] = std::bit_cast<int64_t>(v); }
-void give(int64_t* a, float v) { a[0] = std::bit_cast<uint32_t>(v); }
+int64_t slot_of(double v) { return std::bit_cast<int64_t>(v); }
+int64_t slot_of(float v) { return std::bit_cast<uint32_t>(v); }
+int64_t slot_of(int v) { return v; }
+int64_t slot_of(long long v) { return v; }
+
+// The result of a function of the host.
+template <typename CALL> void give(VM& vm, int64_t* a, CALL&& call) {
+    errno = 0;
+    a[0] = slot_of(call());
+    if (errno != 0) set_errno(vm, errno);
+}
+
+// A whole number as a 32-bit long; what does not fit is the most negative one, as the host does with its own long.
+int narrow(VM& vm, long long v) {
+    if (v == static_cast<int32_t>(v)) return static_cast<int>(v);
+    set_errno(vm, EDOM);
+    return INT32_MIN;
+}
+
+void store(VM& vm, int64_t slot, int v) { vm.mem.write_n(address_of(slot), static_cast<uint32_t>(v), 2); }
+void store(VM& vm, int64_t slot, double v) { vm.mem.write_n(address_of(slot), std::bit_cast<uint64_t>(v), 4); }
+void store(VM& vm, int64_t slot, float v) { vm.mem.write_n(address_of(slot), std::bit_cast<uint32_t>(v), 2); }
 
 } // namespace
 
-#define ONE(name)                                                                                                      \
-    void lib_##name(VM&, int64_t* a) { give(a, std::name(d(a[0]))); }                                                  \
-    void lib_##name##f(VM&, int64_t* a) { give(a, std::name(f(a[0]))); }
-#define TWO(name)                                                                                                      \
-    void lib_##name(VM&, int64_t* a) { give(a, std::name(d(a[0]), d(a[1]))); }                                         \
-    void lib_##name##f(VM&, int64_t* a) { give(a, std::name(f(a[0]), f(a[1]))); }
-ONE(sin)
-ONE(cos)
-ONE(tan)
-ONE(asin)
-ONE(acos)
-ONE(atan)
-ONE(sinh)
-ONE(cosh)
-ONE(tanh)
-ONE(exp)
-ONE(exp2)
-ONE(log)
-ONE(log2)
-ONE(log10)
-ONE(sqrt)
-ONE(cbrt)
-ONE(ceil)
-ONE(floor)
-ONE(trunc)
-ONE(round)
-ONE(rint)
-ONE(fabs)
-ONE(acosh)
-ONE(asinh)
-ONE(atanh)
-ONE(expm1)
-ONE(log1p)
-ONE(logb)
-ONE(erf)
-ONE(erfc)
-ONE(lgamma)
-ONE(tgamma)
-ONE(nearbyint)
-TWO(atan2)
-TWO(pow)
-TWO(hypot)
-TWO(fmod)
-TWO(fmin)
-TWO(fmax)
-TWO(copysign)
-TWO(remainder)
-TWO(nextafter)
-TWO(fdim)
+// The table's own functions of one and two floating values.
+#define LIB(name, signature)
+#define LIB_MATH(name, of_double, of_float)
+#define LIB_MATH1(name)                                                                                                \
+    void lib_##name(VM& vm, int64_t* a) {                                                                              \
+        give(vm, a, [a] { return std::name(d(a[0])); });                                                               \
+    }                                                                                                                  \
+    void lib_##name##f(VM& vm, int64_t* a) {                                                                           \
+        give(vm, a, [a] { return std::name(f(a[0])); });                                                               \
+    }
+#define LIB_MATH2(name)                                                                                                \
+    void lib_##name(VM& vm, int64_t* a) {                                                                              \
+        give(vm, a, [a] { return std::name(d(a[0]), d(a[1])); });                                                      \
+    }                                                                                                                  \
+    void lib_##name##f(VM& vm, int64_t* a) {                                                                           \
+        give(vm, a, [a] { return std::name(f(a[0]), f(a[1])); });                                                      \
+    }
+#include "library.def"
 
-void lib__sqrt(VM& vm, int64_t* a) { lib_sqrt(vm, a); }
-void lib_ldexp(VM&, int64_t* a) { give(a, std::ldexp(d(a[0]), static_cast<int>(a[1]))); }
-void lib_ldexpf(VM&, int64_t* a) { give(a, std::ldexp(f(a[0]), static_cast<int>(a[1]))); }
-void lib_scalbn(VM& vm, int64_t* a) { lib_ldexp(vm, a); }
-void lib_fma(VM&, int64_t* a) { give(a, std::fma(d(a[0]), d(a[1]), d(a[2]))); }
-void lib_lround(VM&, int64_t* a) { a[0] = static_cast<int32_t>(std::lround(d(a[0]))); }
-void lib_lrint(VM&, int64_t* a) { a[0] = static_cast<int32_t>(std::lrint(d(a[0]))); }
-void lib_llround(VM&, int64_t* a) { a[0] = std::llround(d(a[0])); }
-void lib_ilogb(VM&, int64_t* a) { a[0] = std::ilogb(d(a[0])); }
+// The others: `v` reads the first slot as double or float.
+#define BOTH(name, statements)                                                                                         \
+    void lib_##name(VM& vm, int64_t* a) {                                                                              \
+        [[maybe_unused]] constexpr auto v = d;                                                                         \
+        statements                                                                                                     \
+    }                                                                                                                  \
+    void lib_##name##f(VM& vm, int64_t* a) {                                                                           \
+        [[maybe_unused]] constexpr auto v = f;                                                                         \
+        statements                                                                                                     \
+    }
+BOTH(ldexp, give(vm, a, [&] { return std::ldexp(v(a[0]), static_cast<int>(a[1])); });)
+BOTH(fma, give(vm, a, [&] { return std::fma(v(a[0]), v(a[1]), v(a[2])); });)
+BOTH(nexttoward, give(vm, a, [&] { return std::nexttoward(v(a[0]), static_cast<long double>(d(a[1]))); });)
+BOTH(lrint, give(vm, a, [&] { return narrow(vm, std::llrint(v(a[0]))); });)
+BOTH(lround, give(vm, a, [&] { return narrow(vm, std::llround(v(a[0]))); });)
+BOTH(llrint, give(vm, a, [&] { return std::llrint(v(a[0])); });)
+BOTH(llround, give(vm, a, [&] { return std::llround(v(a[0])); });)
+BOTH(ilogb, give(vm, a, [&] { return std::ilogb(v(a[0])); });)
+BOTH(frexp, int exponent = 0; auto x = std::frexp(v(a[0]), &exponent); store(vm, a[1], exponent); a[0] = slot_of(x);)
+BOTH(modf, auto x = v(a[0]); auto whole = x; x = std::modf(x, &whole); store(vm, a[1], whole); a[0] = slot_of(x);)
+BOTH(remquo, int quotient = 0; auto x = std::remquo(v(a[0]), v(a[1]), &quotient); store(vm, a[2], quotient);
+     a[0] = slot_of(x);)
 
-void lib_frexp(VM& vm, int64_t* a) {
-    int exponent = 0;
-    double v = std::frexp(d(a[0]), &exponent);
-    vm.mem.write_n(static_cast<ADDRESS>(a[1]), static_cast<uint32_t>(exponent), 2);
-    give(a, v);
-}
-void lib_frexpf(VM& vm, int64_t* a) {
-    int exponent = 0;
-    float v = std::frexp(f(a[0]), &exponent);
-    vm.mem.write_n(static_cast<ADDRESS>(a[1]), static_cast<uint32_t>(exponent), 2);
-    give(a, v);
-}
-void lib_modf(VM& vm, int64_t* a) {
-    double whole = 0;
-    double v = std::modf(d(a[0]), &whole);
-    vm.mem.write_n(static_cast<ADDRESS>(a[1]), std::bit_cast<uint64_t>(whole), 4);
-    give(a, v);
-}
-void lib_modff(VM& vm, int64_t* a) {
-    float whole = 0;
-    float v = std::modf(f(a[0]), &whole);
-    vm.mem.write_n(static_cast<ADDRESS>(a[1]), std::bit_cast<uint32_t>(whole), 2);
-    give(a, v);
-}
+void lib_nan(VM& vm, int64_t* a) { a[0] = slot_of(std::nan(vm.mem.read_text(address_of(a[0])).c_str())); }
+void lib_nanf(VM& vm, int64_t* a) { a[0] = slot_of(std::nanf(vm.mem.read_text(address_of(a[0])).c_str())); }

@@ -1,18 +1,19 @@
 // The scanf family: conversions %d %i %u %o %x %c %s %[ %e %f %g %a %p %n %%, with width, star and length.
 #include "exec.h"
+#include "float_text.h"
 #include "library.h"
 
 #include <bit>
 #include <cstdlib>
-#include <functional>
 
 namespace {
 
 class SCANNER {
   public:
     // `read` gives the next character, or -1; `unread` takes back the last one.
-    SCANNER(VM& vm, ADDRESS format, ADDRESS area, std::function<int()> read, std::function<void(int)> unread)
-        : mem_(vm.mem), at_(format), next_(area), read_(std::move(read)), unread_(std::move(unread)) {}
+    SCANNER(VM& vm, ADDRESS format, ADDRESS area, const std::function<int()>& read,
+            const std::function<void(int)>& unread)
+        : mem_(vm.mem), at_(format), next_(area), read_(read), unread_(unread) {}
 
     int run() {
         for (;; ++at_) {
@@ -57,8 +58,8 @@ class SCANNER {
         return false;
     }
     // The longest run of characters that `fits` likes, at most `width_`.
-    template <typename F> std::string gather(F&& fits) {
-        std::string text;
+    template <typename F> std::u16string gather(F&& fits) {
+        std::u16string text;
         while (static_cast<int>(text.size()) < width_) {
             int c = get();
             if (c < 0) break;
@@ -66,10 +67,12 @@ class SCANNER {
                 give_back(c);
                 break;
             }
-            text += static_cast<char>(c);
+            text += static_cast<char16_t>(c);
         }
         return text;
     }
+    // Of what only holds digits, letters and signs.
+    static std::string narrow(const std::u16string& text) { return std::string(text.begin(), text.end()); }
     ADDRESS target() {
         ADDRESS to = mem_.read32(next_);
         next_ += 2;
@@ -79,9 +82,9 @@ class SCANNER {
         mem_.write_n(target(), v, units);
         ++stored_;
     }
-    void store_text(const std::string& text, bool with_end) {
+    void store_text(const std::u16string& text, bool with_end) {
         ADDRESS to = target();
-        for (char c : text) mem_.write16(to++, static_cast<unsigned char>(c));
+        for (char16_t c : text) mem_.write16(to++, static_cast<uint16_t>(c));
         if (with_end) mem_.write16(to, 0);
         ++stored_;
     }
@@ -130,13 +133,13 @@ class SCANNER {
         case 'A': return floating(drop, longs != 0);
         case 'c': {
             if (!has_width) width_ = 1;
-            std::string text = gather([](const std::string&, int) { return true; });
+            std::u16string text = gather([](const std::u16string&, int) { return true; });
             if (static_cast<int>(text.size()) < width_) return false;
             if (!drop) store_text(text, false);
             return true;
         }
         case 's': {
-            std::string text = gather([](const std::string&, int ch) { return !is_space(ch); });
+            std::u16string text = gather([](const std::u16string&, int ch) { return !is_space(ch); });
             if (text.empty()) return false;
             if (!drop) store_text(text, true);
             return true;
@@ -155,17 +158,18 @@ class SCANNER {
             int v = c >= '0' && c <= '9' ? c - '0' : (c | 32) >= 'a' && (c | 32) <= 'f' ? (c | 32) - 'a' + 10 : 99;
             return v < (base == 0 ? 16 : base);
         };
-        std::string text = gather([&](const std::string& so_far, int c) {
+        std::string text = narrow(gather([&](const std::u16string& so_far, int c) {
             if (so_far.empty() && (c == '+' || c == '-')) return true;
             size_t sign = !so_far.empty() && (so_far[0] == '+' || so_far[0] == '-') ? 1 : 0;
             bool may_be_prefix = (base == 0 || base == 16) && so_far.size() == sign + 1 && so_far[sign] == '0';
             if (may_be_prefix && (c | 32) == 'x') return true;
             if (base == 0) { // decimal unless a prefix said otherwise
                 bool hex = so_far.size() > sign + 1 && (so_far[sign + 1] | 32) == 'x';
-                return hex ? digit(c) : c >= '0' && c <= '9';
+                bool octal = so_far.size() > sign && so_far[sign] == '0';
+                return hex ? digit(c) : c >= '0' && c <= (octal ? '7' : '9');
             }
             return digit(c);
-        });
+        }));
         char* end = nullptr;
         bool negative = !text.empty() && text[0] == '-';
         uint64_t v =
@@ -176,22 +180,17 @@ class SCANNER {
     }
 
     bool floating(bool drop, bool is_double) {
-        std::string text = gather([](const std::string& so_far, int c) {
-            if ((c >= '0' && c <= '9') || c == '.') return true;
-            if (c == '+' || c == '-')
-                return so_far.empty() || (so_far.back() | 32) == 'e' || (so_far.back() | 32) == 'p';
-            int lower = c | 32;
-            return (lower >= 'a' && lower <= 'f') || lower == 'x' || lower == 'p' || lower == 'i' || lower == 'n' ||
-                   lower == 't' || lower == 'y';
-        });
+        FLOAT_TEXT number;
+        gather([&](const std::u16string&, int c) { return number.take(c); });
+        const std::string& text = number.text();
         char* end = nullptr;
         double v = strtod(text.c_str(), &end);
-        if (end == text.c_str()) return false;
+        if (end == text.c_str() || *end != 0) return false;
         if (drop) return true;
         if (is_double)
             store(std::bit_cast<uint64_t>(v), 4);
         else
-            store(std::bit_cast<uint32_t>(static_cast<float>(v)), 2);
+            store(std::bit_cast<uint32_t>(strtof(text.c_str(), nullptr)), 2);
         return true;
     }
 
@@ -199,7 +198,7 @@ class SCANNER {
         ++at_;
         bool invert = mem_.read16(at_) == '^';
         if (invert) ++at_;
-        std::vector<bool> in(256, false);
+        std::vector<bool> in(0x10000, false);
         for (bool first = true;; first = false, ++at_) {
             uint16_t c = mem_.read16(at_);
             if (c == 0) return false;
@@ -209,10 +208,10 @@ class SCANNER {
                 to = mem_.read16(at_ + 2);
                 at_ += 2;
             }
-            for (int k = c; k <= to && k < 256; ++k) in[static_cast<size_t>(k)] = true;
+            for (int k = c; k <= to; ++k) in[static_cast<size_t>(k)] = true;
         }
-        std::string text =
-            gather([&](const std::string&, int c) { return in[static_cast<size_t>(c & 0xFF)] != invert; });
+        std::u16string text =
+            gather([&](const std::u16string&, int c) { return in[static_cast<size_t>(c)] != invert; });
         if (text.empty()) return false;
         if (!drop) store_text(text, true);
         return true;
@@ -220,8 +219,8 @@ class SCANNER {
 
     MEMORY& mem_;
     ADDRESS at_, next_;
-    std::function<int()> read_;
-    std::function<void(int)> unread_;
+    const std::function<int()>& read_;
+    const std::function<void(int)>& unread_;
     int width_ = 0, stored_ = 0;
     uint32_t consumed_ = 0;
     bool at_end_ = false;
@@ -229,21 +228,7 @@ class SCANNER {
 
 } // namespace
 
-void lib_scanf(VM& vm, int64_t* a) {
-    SCANNER s(
-        vm, static_cast<ADDRESS>(a[0]), static_cast<ADDRESS>(a[1]), [&] { return vm.read_char(); },
-        [&](int c) { vm.unread_char(c); });
-    a[0] = s.run();
-}
-
-void lib_sscanf(VM& vm, int64_t* a) {
-    ADDRESS from = static_cast<ADDRESS>(a[0]);
-    auto read = [&]() -> int {
-        uint16_t c = vm.mem.read16(from);
-        if (c == 0) return -1;
-        ++from;
-        return c & 0xFF;
-    };
-    SCANNER s(vm, static_cast<ADDRESS>(a[1]), static_cast<ADDRESS>(a[2]), read, [&](int) { --from; });
-    a[0] = s.run();
+int scan_text(VM& vm, ADDRESS format, ADDRESS area, const std::function<int()>& read,
+              const std::function<void(int)>& unread) {
+    return SCANNER(vm, format, area, read, unread).run();
 }

@@ -1,5 +1,6 @@
-// Library functions of stdlib.h, time.h and assert.h.
+// Library functions of stdlib.h: memory, numbers, sorting. Those that end or leave the program stand in lib_control.
 #include "exec.h"
+#include "float_text.h"
 #include "library.h"
 
 #include <algorithm>
@@ -9,21 +10,36 @@
 
 namespace {
 
-constexpr int status_of_abort = 134; // what a shell shows for a process that aborted
-
-ADDRESS at(int64_t slot) { return static_cast<ADDRESS>(slot); }
-void set_errno(VM& vm, int number) {
-    if (vm.program.errno_object != 0) vm.mem.write_n(vm.program.errno_object, static_cast<uint32_t>(number), 2);
-}
+ADDRESS at(int64_t slot) { return address_of(slot); }
 
 } // namespace
 
 // ------------------------------------------------------------------------------------------------------------ memory
 
-void lib_malloc(VM& vm, int64_t* a) { a[0] = vm.mem.alloc(static_cast<uint32_t>(a[0])); }
+namespace {
+
+ADDRESS allocate(VM& vm, uint64_t units) {
+    ADDRESS block = vm.mem.alloc(units);
+    if (block == 0) set_errno(vm, ENOMEM);
+    return block;
+}
+
+} // namespace
+
+void lib_malloc(VM& vm, int64_t* a) { a[0] = allocate(vm, static_cast<uint32_t>(a[0])); }
+// A block is aligned as the largest scalar; for more there is no room.
+void lib_aligned_alloc(VM& vm, int64_t* a) {
+    constexpr int64_t most = 4;
+    if (a[0] <= 0 || a[0] > most || (a[0] & (a[0] - 1)) != 0) {
+        set_errno(vm, EINVAL);
+        a[0] = 0;
+        return;
+    }
+    a[0] = allocate(vm, static_cast<uint32_t>(a[1]));
+}
 void lib_calloc(VM& vm, int64_t* a) {
     uint64_t n = static_cast<uint64_t>(static_cast<uint32_t>(a[0])) * static_cast<uint32_t>(a[1]);
-    ADDRESS block = vm.mem.alloc(n);
+    ADDRESS block = allocate(vm, n);
     if (block != 0) {
         std::fill_n(vm.mem.units + block, n, uint16_t{0});
         vm.mem.set_state(block, static_cast<uint32_t>(n), UNIT_VALUE);
@@ -34,7 +50,7 @@ void lib_realloc(VM& vm, int64_t* a) {
     uint32_t size = static_cast<uint32_t>(a[1]);
     ADDRESS old = at(a[0]);
     uint32_t old_size = old != 0 ? vm.mem.block_size(old) : 0;
-    ADDRESS block = vm.mem.alloc(size);
+    ADDRESS block = allocate(vm, size);
     if (block != 0 && old != 0) {
         vm.mem.copy(block, old, std::min(size, old_size));
         vm.mem.release(old);
@@ -43,43 +59,9 @@ void lib_realloc(VM& vm, int64_t* a) {
 }
 void lib_free(VM& vm, int64_t* a) { vm.mem.release(at(a[0])); }
 
-// ------------------------------------------------------------------------------------------------------------ ending
-
-void lib_exit(VM&, int64_t* a) { throw PROGRAM_EXIT{static_cast<int>(a[0])}; }
-void lib__Exit(VM& vm, int64_t* a) {
-    vm.at_exit.clear();
-    throw PROGRAM_EXIT{static_cast<int>(a[0])};
-}
-void lib_abort(VM& vm, int64_t*) {
-    vm.at_exit.clear();
-    throw PROGRAM_EXIT{status_of_abort};
-}
-void lib_atexit(VM& vm, int64_t* a) {
-    constexpr size_t most = 1024;
-    bool room = vm.at_exit.size() < most;
-    if (room) vm.at_exit.push_back(at(a[0]));
-    a[0] = room ? 0 : 1;
-}
-// (expression, file, line, function)
-void lib___assert_fail(VM& vm, int64_t* a) {
-    std::string text = vm.mem.read_text(at(a[1])) + ":" + std::to_string(static_cast<int32_t>(a[2])) + ": ";
-    if (a[3] != 0) text += vm.mem.read_text(at(a[3])) + ": ";
-    text += "Assertion `" + vm.mem.read_text(at(a[0])) + "' failed.\n";
-    vm.write(2, text.data(), text.size());
-    lib_abort(vm, a);
-}
-void lib_getenv(VM&, int64_t* a) { a[0] = 0; } // the program's result must not depend on the environment
-void lib_system(VM&, int64_t* a) { a[0] = a[0] == 0 ? 0 : -1; } // there is no command processor
-void lib_time(VM& vm, int64_t* a) {
-    if (a[0] != 0) vm.mem.write_n(at(a[0]), 0, 2);
-    a[0] = 0;
-}
-void lib_clock(VM&, int64_t* a) { a[0] = 0; }
-
 // ----------------------------------------------------------------------------------------------------------- numbers
 
 void lib_abs(VM&, int64_t* a) { a[0] = static_cast<int32_t>(a[0] < 0 ? -a[0] : a[0]); }
-void lib_labs(VM& vm, int64_t* a) { lib_abs(vm, a); }
 void lib_llabs(VM&, int64_t* a) { a[0] = a[0] < 0 ? static_cast<int64_t>(-static_cast<uint64_t>(a[0])) : a[0]; }
 
 void lib_div(VM& vm, int64_t* a) {
@@ -87,7 +69,6 @@ void lib_div(VM& vm, int64_t* a) {
     vm.mem.write_n(at(a[2]), static_cast<uint32_t>(a[0] / a[1]), 2);
     vm.mem.write_n(at(a[2]) + 2, static_cast<uint32_t>(a[0] % a[1]), 2);
 }
-void lib_ldiv(VM& vm, int64_t* a) { lib_div(vm, a); }
 void lib_lldiv(VM& vm, int64_t* a) {
     if (a[1] == 0) trap("division by zero");
     bool wraps = a[1] == -1;
@@ -159,20 +140,18 @@ PARSED parse_argument(VM& vm, int64_t* a) {
     return p;
 }
 
-double parse_double(VM& vm, ADDRESS text, ADDRESS& end) {
-    // The characters that a number can be made of; strtod finds the end of the number among them.
-    std::string copy;
-    constexpr size_t most = 4096;
-    for (ADDRESS p = text; copy.size() < most; ++p) {
-        uint16_t c = vm.mem.read16(p);
-        if (c == 0 || c > 127) break;
-        copy += static_cast<char>(c);
-    }
+// What `convert` makes of the number at the begin of the text. No character behind the number is looked at but one.
+template <typename T> T parse_float(VM& vm, ADDRESS text, ADDRESS& end, T (*convert)(const char*, char**)) {
+    ADDRESS begin = text;
+    while (is_space(vm.mem.read16(begin))) ++begin;
+    FLOAT_TEXT number;
+    for (ADDRESS p = begin; number.take(vm.mem.read16(p)); ++p) {}
     char* stop = nullptr;
     errno = 0;
-    double v = strtod(copy.c_str(), &stop);
+    T v = convert(number.text().c_str(), &stop);
     if (errno == ERANGE) set_errno(vm, ERANGE);
-    end = text + static_cast<ADDRESS>(stop - copy.c_str());
+    ptrdiff_t length = stop - number.text().c_str();
+    end = length != 0 ? begin + static_cast<ADDRESS>(length) : text;
     return v;
 }
 
@@ -182,7 +161,6 @@ void lib_atoi(VM& vm, int64_t* a) {
     PARSED p = parse_integer(vm.mem, at(a[0]), 10);
     a[0] = static_cast<int32_t>(p.negative ? -p.magnitude : p.magnitude);
 }
-void lib_atol(VM& vm, int64_t* a) { lib_atoi(vm, a); }
 void lib_atoll(VM& vm, int64_t* a) { a[0] = as_signed(vm, parse_integer(vm.mem, at(a[0]), 10), INT64_MIN, INT64_MAX); }
 void lib_strtol(VM& vm, int64_t* a) { a[0] = as_signed(vm, parse_argument(vm, a), INT32_MIN, INT32_MAX); }
 void lib_strtoul(VM& vm, int64_t* a) {
@@ -194,25 +172,55 @@ void lib_strtoull(VM& vm, int64_t* a) {
 }
 void lib_atof(VM& vm, int64_t* a) {
     ADDRESS end;
-    a[0] = std::bit_cast<int64_t>(parse_double(vm, at(a[0]), end));
+    a[0] = std::bit_cast<int64_t>(parse_float(vm, at(a[0]), end, strtod));
 }
 void lib_strtod(VM& vm, int64_t* a) {
     ADDRESS end;
-    double v = parse_double(vm, at(a[0]), end);
+    double v = parse_float(vm, at(a[0]), end, strtod);
     if (a[1] != 0) vm.mem.write_n(at(a[1]), end, 2);
     a[0] = std::bit_cast<int64_t>(v);
 }
 void lib_strtof(VM& vm, int64_t* a) {
-    lib_strtod(vm, a);
-    a[0] = std::bit_cast<uint32_t>(static_cast<float>(std::bit_cast<double>(a[0])));
+    ADDRESS end;
+    float v = parse_float(vm, at(a[0]), end, strtof);
+    if (a[1] != 0) vm.mem.write_n(at(a[1]), end, 2);
+    a[0] = std::bit_cast<uint32_t>(v);
+}
+
+// A character of more than one byte does not exist: each is one unit, and the same as a wide one.
+void lib_mblen(VM& vm, int64_t* a) {
+    if (a[0] != 0) a[0] = a[1] == 0 ? -1 : vm.mem.read16(at(a[0])) != 0;
+}
+void lib_mbtowc(VM& vm, int64_t* a) {
+    if (a[1] == 0 || a[2] == 0) {
+        a[0] = a[1] == 0 ? 0 : -1;
+        return;
+    }
+    uint16_t c = vm.mem.read16(at(a[1]));
+    if (a[0] != 0) vm.mem.write16(at(a[0]), c);
+    a[0] = c != 0;
+}
+void lib_wctomb(VM& vm, int64_t* a) {
+    if (a[0] == 0) return;
+    vm.mem.write16(at(a[0]), static_cast<uint16_t>(a[1]));
+    a[0] = 1;
+}
+void lib_mbstowcs(VM& vm, int64_t* a) {
+    uint32_t n = 0;
+    for (uint32_t room = a[0] != 0 ? static_cast<uint32_t>(a[2]) : UINT32_MAX; n < room; ++n) {
+        uint16_t c = vm.mem.read16(at(a[1]) + n);
+        if (a[0] != 0) vm.mem.write16(at(a[0]) + n, c);
+        if (c == 0) break;
+    }
+    a[0] = n;
 }
 
 // A fixed generator, so that a program prints the same everywhere. RAND_MAX is 32767.
 void lib_rand(VM& vm, int64_t* a) {
-    vm.random_state = vm.random_state * 1103515245u + 12345u;
-    a[0] = (vm.random_state >> 16) & 0x7FFF;
+    vm.library->random_state = vm.library->random_state * 1103515245u + 12345u;
+    a[0] = (vm.library->random_state >> 16) & 0x7FFF;
 }
-void lib_srand(VM& vm, int64_t* a) { vm.random_state = static_cast<uint32_t>(a[0]); }
+void lib_srand(VM& vm, int64_t* a) { vm.library->random_state = static_cast<uint32_t>(a[0]); }
 
 // ----------------------------------------------------------------------------------------------------- sort and search
 
@@ -229,50 +237,66 @@ int call_comparison(VM& vm, ADDRESS function, ADDRESS a, ADDRESS b) {
 
 namespace {
 
-void swap_elements(MEMORY& m, ADDRESS a, ADDRESS b, uint32_t size) {
-    for (uint32_t i = 0; i < size; ++i) {
-        std::swap(m.units[a + i], m.units[b + i]);
-        std::swap(m.state[a + i], m.state[b + i]);
+// The order in which elements shall stand: stable, so that what compares equal keeps its order.
+class SORTER {
+  public:
+    SORTER(VM& vm, ADDRESS base, uint32_t count, uint32_t size, ADDRESS compare)
+        : vm_(vm), base_(base), size_(size), compare_(compare), order_(count), half_(count) {
+        for (uint32_t i = 0; i < count; ++i) order_[i] = i;
     }
-}
+    std::vector<uint32_t> order() {
+        sort(0, static_cast<uint32_t>(order_.size()));
+        return std::move(order_);
+    }
 
-void sift_down(VM& vm, ADDRESS base, uint32_t size, ADDRESS compare, uint32_t root, uint32_t n) {
-    for (;;) {
-        uint64_t child = uint64_t{root} * 2 + 1;
-        if (child >= n) return;
-        ADDRESS c = base + static_cast<ADDRESS>(child) * size;
-        if (child + 1 < n && call_comparison(vm, compare, c, c + size) < 0) ++child, c += size;
-        ADDRESS r = base + root * size;
-        if (call_comparison(vm, compare, r, c) >= 0) return;
-        swap_elements(vm.mem, r, c, size);
-        root = static_cast<uint32_t>(child);
+  private:
+    // Merge sort. A comparison that contradicts itself gives some order, and no worse.
+    void sort(uint32_t begin, uint32_t end) {
+        if (end - begin < 2) return;
+        uint32_t middle = begin + (end - begin) / 2;
+        sort(begin, middle);
+        sort(middle, end);
+        std::copy(order_.begin() + begin, order_.begin() + middle, half_.begin());
+        uint32_t left = 0, left_end = middle - begin, right = middle, to = begin;
+        while (left < left_end && right < end)
+            order_[to++] = comes_first(half_[left], order_[right]) ? half_[left++] : order_[right++];
+        while (left < left_end) order_[to++] = half_[left++];
     }
-}
+    bool comes_first(uint32_t a, uint32_t b) {
+        return call_comparison(vm_, compare_, base_ + a * size_, base_ + b * size_) <= 0;
+    }
+
+    VM& vm_;
+    ADDRESS base_;
+    uint32_t size_;
+    ADDRESS compare_;
+    std::vector<uint32_t> order_, half_;
+};
 
 } // namespace
 
-// Insertion sort for a few elements, else heap sort: never quadratic on long input, and no room needed.
 void lib_qsort(VM& vm, int64_t* a) {
-    constexpr uint32_t few = 12;
     ADDRESS base = at(a[0]), compare = at(a[3]);
     uint32_t n = static_cast<uint32_t>(a[1]), size = static_cast<uint32_t>(a[2]);
     if (n < 2 || size == 0) return;
     if (uint64_t{n} * size >= MEMORY::limit) vm.mem.bad_write(base, 1);
     vm.mem.check_write(base, n * size);
-    if (n <= few) {
-        for (uint32_t i = 1; i < n; ++i)
-            for (uint32_t j = i; j > 0; --j) {
-                ADDRESS upper = base + j * size;
-                if (call_comparison(vm, compare, upper - size, upper) <= 0) break;
-                swap_elements(vm.mem, upper - size, upper, size);
-            }
-        return;
+    std::vector<uint32_t> from = SORTER(vm, base, n, size, compare).order();
+    ADDRESS spare = vm.mem.alloc(size);
+    if (spare == 0) trap("no memory for sorting");
+    // Each cycle of the permutation is turned by one element, the first of which waits in `spare`.
+    for (uint32_t first = 0; first < n; ++first) {
+        if (from[first] == first) continue;
+        vm.mem.copy(spare, base + first * size, size);
+        uint32_t to = first;
+        for (uint32_t next; (next = from[to]) != first; to = next) {
+            vm.mem.copy(base + to * size, base + next * size, size);
+            from[to] = to;
+        }
+        vm.mem.copy(base + to * size, spare, size);
+        from[to] = to;
     }
-    for (uint32_t root = n / 2; root-- > 0;) sift_down(vm, base, size, compare, root, n);
-    for (uint32_t last = n - 1; last > 0; --last) {
-        swap_elements(vm.mem, base, base + last * size, size);
-        sift_down(vm, base, size, compare, 0, last);
-    }
+    vm.mem.release(spare);
 }
 
 void lib_bsearch(VM& vm, int64_t* a) {

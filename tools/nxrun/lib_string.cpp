@@ -3,10 +3,12 @@
 #include "library.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 namespace {
 
-ADDRESS at(int64_t slot) { return static_cast<ADDRESS>(slot); }
+ADDRESS at(int64_t slot) { return address_of(slot); }
 uint16_t unit(int64_t slot) { return static_cast<uint16_t>(slot); }
 
 // Copies a text with its end. Returns its length.
@@ -42,6 +44,12 @@ uint32_t span(MEMORY& m, ADDRESS text, ADDRESS set, bool inside) {
     }
 }
 
+void fill(MEMORY& m, ADDRESS to, uint16_t c, uint32_t n) {
+    m.check_write(to, n);
+    std::fill_n(m.units + to, n, c);
+    if (n != 0) m.set_state(to, n, UNIT_VALUE);
+}
+
 uint32_t length_within(MEMORY& m, ADDRESS text, uint32_t most) {
     uint32_t n = 0;
     while (n < most && m.read16(text + n) != 0) ++n;
@@ -50,14 +58,8 @@ uint32_t length_within(MEMORY& m, ADDRESS text, uint32_t most) {
 
 } // namespace
 
-void lib_memcpy(VM& vm, int64_t* a) { vm.mem.copy(at(a[0]), at(a[1]), static_cast<uint32_t>(a[2])); }
 void lib_memmove(VM& vm, int64_t* a) { vm.mem.copy(at(a[0]), at(a[1]), static_cast<uint32_t>(a[2])); }
-void lib_memset(VM& vm, int64_t* a) {
-    uint32_t n = static_cast<uint32_t>(a[2]);
-    vm.mem.check_write(at(a[0]), n);
-    std::fill_n(vm.mem.units + at(a[0]), n, unit(a[1]));
-    if (n != 0) vm.mem.set_state(at(a[0]), n, UNIT_VALUE);
-}
+void lib_memset(VM& vm, int64_t* a) { fill(vm.mem, at(a[0]), unit(a[1]), static_cast<uint32_t>(a[2])); }
 void lib_memcmp(VM& vm, int64_t* a) {
     int64_t result = 0;
     for (uint32_t i = 0; result == 0 && i < static_cast<uint32_t>(a[2]); ++i) {
@@ -97,7 +99,6 @@ void lib_strncat(VM& vm, int64_t* a) {
     vm.mem.write16(end + n, 0);
 }
 void lib_strcmp(VM& vm, int64_t* a) { a[0] = compare_texts(vm.mem, at(a[0]), at(a[1]), UINT32_MAX); }
-void lib_strcoll(VM& vm, int64_t* a) { lib_strcmp(vm, a); }
 void lib_strncmp(VM& vm, int64_t* a) { a[0] = compare_texts(vm.mem, at(a[0]), at(a[1]), static_cast<uint32_t>(a[2])); }
 void lib_strchr(VM& vm, int64_t* a) {
     for (ADDRESS p = at(a[0]);; ++p) {
@@ -134,36 +135,98 @@ void lib_strpbrk(VM& vm, int64_t* a) {
     ADDRESS p = at(a[0]) + span(vm.mem, at(a[0]), at(a[1]), false);
     a[0] = vm.mem.read16(p) != 0 ? p : 0;
 }
+
+namespace {
+
+// The next word at or behind `p`, cut off by a 0; `next` is where the search goes on, 0 at the end.
+ADDRESS next_word(MEMORY& m, ADDRESS p, ADDRESS set, ADDRESS& next) {
+    next = 0;
+    if (p == 0) return 0;
+    p += span(m, p, set, true);
+    if (m.read16(p) == 0) return 0;
+    ADDRESS end = p + span(m, p, set, false);
+    if (m.read16(end) != 0) {
+        m.write16(end, 0);
+        next = end + 1;
+    }
+    return p;
+}
+
+uint16_t lower(uint16_t c) { return c >= 'A' && c <= 'Z' ? static_cast<uint16_t>(c + 32) : c; }
+
+int compare_letters(MEMORY& m, ADDRESS a, ADDRESS b, uint32_t most) {
+    for (; most != 0; --most, ++a, ++b) {
+        uint16_t x = lower(m.read16(a)), y = lower(m.read16(b));
+        if (x != y) return x < y ? -1 : 1;
+        if (x == 0) break;
+    }
+    return 0;
+}
+
+ADDRESS duplicate(VM& vm, ADDRESS from, uint32_t length) {
+    ADDRESS copy = vm.mem.alloc(uint64_t{length} + 1);
+    if (copy == 0) {
+        set_errno(vm, ENOMEM);
+        return 0;
+    }
+    vm.mem.copy(copy, from, length);
+    vm.mem.write16(copy + length, 0);
+    return copy;
+}
+
+} // namespace
+
 void lib_strtok(VM& vm, int64_t* a) {
-    ADDRESS p = a[0] != 0 ? at(a[0]) : vm.strtok_next;
-    a[0] = 0;
-    if (p == 0) return;
-    p += span(vm.mem, p, at(a[1]), true);
-    if (vm.mem.read16(p) == 0) {
-        vm.strtok_next = 0;
-        return;
+    ADDRESS& next = vm.library->strtok_next;
+    a[0] = next_word(vm.mem, a[0] != 0 ? at(a[0]) : next, at(a[1]), next);
+}
+void lib_strtok_r(VM& vm, int64_t* a) {
+    ADDRESS next = 0;
+    ADDRESS word = next_word(vm.mem, a[0] != 0 ? at(a[0]) : vm.mem.read32(at(a[2])), at(a[1]), next);
+    vm.mem.write_n(at(a[2]), next, 2);
+    a[0] = word;
+}
+void lib_strsep(VM& vm, int64_t* a) {
+    ADDRESS begin = vm.mem.read32(at(a[0])), next = 0;
+    if (begin != 0) {
+        ADDRESS end = begin + span(vm.mem, begin, at(a[1]), false);
+        if (vm.mem.read16(end) != 0) {
+            vm.mem.write16(end, 0);
+            next = end + 1;
+        }
     }
-    ADDRESS end = p + span(vm.mem, p, at(a[1]), false);
-    vm.strtok_next = 0;
-    if (vm.mem.read16(end) != 0) {
-        vm.mem.write16(end, 0);
-        vm.strtok_next = end + 1;
-    }
-    a[0] = p;
+    vm.mem.write_n(at(a[0]), next, 2);
+    a[0] = begin;
 }
-void lib_strdup(VM& vm, int64_t* a) {
-    uint32_t n = vm.mem.text_length(at(a[0])) + 1;
-    ADDRESS copy = vm.mem.alloc(n);
-    if (copy != 0) vm.mem.copy(copy, at(a[0]), n);
-    a[0] = copy;
+void lib_strdup(VM& vm, int64_t* a) { a[0] = duplicate(vm, at(a[0]), vm.mem.text_length(at(a[0]))); }
+void lib_strndup(VM& vm, int64_t* a) {
+    a[0] = duplicate(vm, at(a[0]), length_within(vm.mem, at(a[0]), static_cast<uint32_t>(a[1])));
 }
-void lib_strerror(VM& vm, int64_t* a) {
-    std::string text = "error " + std::to_string(static_cast<int32_t>(a[0]));
-    ADDRESS copy = vm.mem.alloc(text.size() + 1);
-    for (size_t i = 0; copy != 0 && i <= text.size(); ++i)
-        vm.mem.write16(copy + static_cast<ADDRESS>(i), i < text.size() ? static_cast<unsigned char>(text[i]) : 0);
-    a[0] = copy;
+void lib_stpcpy(VM& vm, int64_t* a) { a[0] = at(a[0]) + copy_text(vm.mem, at(a[0]), at(a[1])); }
+void lib_stpncpy(VM& vm, int64_t* a) {
+    uint32_t n = length_within(vm.mem, at(a[1]), static_cast<uint32_t>(a[2]));
+    lib_strncpy(vm, a);
+    a[0] = at(a[0]) + n;
 }
+void lib_mempcpy(VM& vm, int64_t* a) {
+    lib_memmove(vm, a);
+    a[0] = at(a[0]) + static_cast<uint32_t>(a[2]);
+}
+void lib_memccpy(VM& vm, int64_t* a) {
+    uint32_t n = static_cast<uint32_t>(a[3]), i = 0;
+    while (i < n && vm.mem.read16(at(a[1]) + i) != unit(a[2])) ++i;
+    bool found = i < n;
+    vm.mem.copy(at(a[0]), at(a[1]), found ? i + 1 : n);
+    a[0] = found ? at(a[0]) + i + 1 : 0;
+}
+void lib_strcasecmp(VM& vm, int64_t* a) { a[0] = compare_letters(vm.mem, at(a[0]), at(a[1]), UINT32_MAX); }
+void lib_strncasecmp(VM& vm, int64_t* a) {
+    a[0] = compare_letters(vm.mem, at(a[0]), at(a[1]), static_cast<uint32_t>(a[2]));
+}
+void lib_bcopy(VM& vm, int64_t* a) { vm.mem.copy(at(a[1]), at(a[0]), static_cast<uint32_t>(a[2])); }
+void lib_bzero(VM& vm, int64_t* a) { fill(vm.mem, at(a[0]), 0, static_cast<uint32_t>(a[1])); }
+void lib_ffs(VM&, int64_t* a) { a[0] = __builtin_ffs(static_cast<int>(a[0])); }
+void lib_strerror(VM& vm, int64_t* a) { a[0] = vm.library->text(strerror(static_cast<int>(a[0]))); }
 
 // ------------------------------------------------------------------------------------------------------------- ctype
 
@@ -198,3 +261,5 @@ void lib_tolower(VM&, int64_t* a) {
 void lib_toupper(VM&, int64_t* a) {
     if (is_lower(a[0])) a[0] -= 'a' - 'A';
 }
+void lib_isascii(VM&, int64_t* a) { a[0] = a[0] >= 0 && a[0] < 128; }
+void lib_toascii(VM&, int64_t* a) { a[0] &= 127; }

@@ -1,17 +1,22 @@
-// The table of library functions: see library.h.
+// The table of library functions, and what they share: see library.h.
 #include "library.h"
 
+#include "exec.h"
+
+#include <algorithm>
 #include <unordered_map>
 
 namespace {
 
 const LIBRARY_ENTRY entries[] = {
 #define LIB(name, signature) {#name, signature, lib_##name},
+#define LIB_AS(name, other, signature) {#name, signature, lib_##other},
 #include "library.def"
 };
 
 VKIND kind_of_letter(char c) {
     switch (c) {
+    case 'h': return V_UH;
     case 'i': return V_W;
     case 'I':
     case 'p': return V_UW;
@@ -50,4 +55,34 @@ SIGNATURE library_signature(const LIBRARY_ENTRY& entry) {
         }
     }
     return s;
+}
+
+bool is_library_object(const std::string& name) {
+    static const char* const names[] = {"_ftable", "errno", "ftable", "stderr", "stdin", "stdout"};
+    return std::find(std::begin(names), std::end(names), name) != std::end(names);
+}
+
+LIBRARY_STATE::LIBRARY_STATE(VM& machine) : vm(machine), streams(machine, machine.options.library.files) {}
+
+ADDRESS LIBRARY_STATE::text(const std::string& s) {
+    ADDRESS& at = texts_[s];
+    if (at != 0 || object(at, static_cast<uint32_t>(s.size() + 1)) == 0) return at;
+    for (size_t i = 0; i <= s.size(); ++i)
+        vm.mem.write16(at + static_cast<ADDRESS>(i), i < s.size() ? static_cast<unsigned char>(s[i]) : 0);
+    return at;
+}
+
+ADDRESS LIBRARY_STATE::object(ADDRESS& at, uint32_t units) {
+    if (at == 0) at = vm.mem.alloc(units);
+    return at;
+}
+
+void set_errno(VM& vm, int number) {
+    vm.library->error_number = number;
+    if (vm.program.errno_object != 0) vm.mem.write_n(vm.program.errno_object, static_cast<uint32_t>(number), 2);
+}
+
+int get_errno(VM& vm) {
+    if (vm.program.errno_object == 0) return vm.library->error_number;
+    return static_cast<int>(vm.mem.read32(vm.program.errno_object));
 }

@@ -4,6 +4,7 @@
 #include "icode/if_check.h"
 
 #include <cstring>
+#include <sys/stat.h>
 
 namespace {
 
@@ -85,6 +86,9 @@ struct LOADER final : IF_CLIENT {
             text += std::string(", ") + psn->file + ":" + std::to_string(psn->line) + ":" + std::to_string(psn->column);
         return text + ": ";
     }
+    void cl_pragma(SYMTAB* sym, PRAGMA* pragma) override {
+        if (sym != nullptr && pragma->kind == PRAGMA::PRAGMA_NORVEX_WEAK) unit.weak.insert(sym);
+    }
     void cl_comment(const char* text) override {
         if (current == nullptr && strncmp(text, ";\t", 2) == 0) unit.optimized = true;
     }
@@ -98,11 +102,11 @@ struct LOADER final : IF_CLIENT {
 UNIT load_unit(FILE* stream, const std::string& name) {
     LOADER loader;
     loader.name = name;
-    if (tp == nullptr) {
-        tp = tp_alloc();
-        tp->init_type_pkg();
-        init_types();
-    }
+    loader.unit.files = {name};
+    // Each file has types of its own, as it may define others under the same names.
+    tp = tp_alloc();
+    tp->init_type_pkg();
+    init_types();
     I_FILE* file = if_open(stream, &loader);
     if (file == nullptr) throw BAD_FILE{name + ": not an icode file that this program reads"};
     loader.file = file;
@@ -122,4 +126,17 @@ UNIT load_unit(const std::string& path) {
     FILE* stream = fopen(path.c_str(), "rb");
     if (stream == nullptr) throw BAD_FILE{path + ": cannot be opened"};
     return load_unit(stream, path);
+}
+
+bool is_icode_file(const std::string& path) {
+    struct stat status; // reading from anything but a plain file would take something away
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    FILE* stream = fopen(path.c_str(), "rb");
+    if (stream == nullptr) return false;
+    // The id and the length of the first record, and the mark that it begins with.
+    constexpr char mark[] = "!<icode>\n";
+    char begin[2 + sizeof mark] = {};
+    bool is_icode = fread(begin, 1, sizeof begin, stream) == sizeof begin && memcmp(begin + 2, mark, sizeof mark) == 0;
+    fclose(stream);
+    return is_icode;
 }

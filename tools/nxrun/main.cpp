@@ -1,18 +1,25 @@
 // nxrun: executes an icode file.
 #include "driver/safealloc.h"
+#include "load.h"
 #include "nxrun.h"
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 
 namespace {
 
 const char* const usage =
     "usage: nxrun [options] FILE [arguments of the program]\n"
-    "Executes the icode file FILE. The exit status is the program's.\n"
+    "       nxrun [options] FILE FILE... [-- arguments of the program]\n"
+    "Executes the icode file FILE. Further icode files right behind it are linked to it. What follows them, or stands\n"
+    "behind '--', are the program's arguments. The exit status is the program's.\n"
     "\n"
+    "  --files=DIR       the program may open, make, rename and remove files below DIR; without it none\n"
+    "  --env=NAME=VALUE  what getenv finds; may be given several times\n"
+    "  --epoch=SECONDS   what time() begins with, in seconds since 1970; 946684800 (the year 2000) without it\n"
     "  --count[=NAME]    count what is executed; JSON to standard error, or to the file NAME\n"
     "  --max-steps=N     stop after N executed tree nodes\n"
     "  --time            report on standard error how many tree nodes ran in what time\n"
@@ -47,9 +54,7 @@ bool write_counts(const COUNTS& counts, const std::string& to) {
     return good;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int run_tool(int argc, char** argv) {
     RUN_OPTIONS options;
     std::string count_file;
     bool show_counts = false, show_time = false;
@@ -79,6 +84,15 @@ int main(int argc, char** argv) {
             options.max_steps = strtoll(rest, &end, 10);
             if (*rest == 0 || *end != 0 || options.max_steps <= 0)
                 return bad_usage("--max-steps wants a positive number");
+        } else if (has_prefix(arg, "--files=", rest) && *rest != 0) {
+            options.library.files = rest;
+        } else if (has_prefix(arg, "--env=", rest) && strchr(rest, '=') != nullptr) {
+            options.library.environment.push_back(rest);
+        } else if (has_prefix(arg, "--epoch=", rest)) {
+            char* end = nullptr;
+            options.library.epoch = strtoll(rest, &end, 10);
+            if (*rest == 0 || *end != 0 || options.library.epoch != static_cast<int32_t>(options.library.epoch))
+                return bad_usage("--epoch wants a number of 32 bits");
         } else if (strcmp(arg, "--time") == 0) {
             show_time = true;
         } else if (strcmp(arg, "--check-asserts") == 0) {
@@ -92,12 +106,17 @@ int main(int argc, char** argv) {
         }
     }
     if (i >= argc) return bad_usage("no file given");
-    std::string file = argv[i];
+    std::vector<std::string> files{argv[i]};
+    options.args.push_back(argv[i++]);
+    while (i < argc && is_icode_file(argv[i])) files.push_back(argv[i++]);
+    if (i < argc && strcmp(argv[i], "--") == 0) ++i;
     for (; i < argc; ++i) options.args.push_back(argv[i]);
+    if (!HOST_FOLDER(options.library.files).is_good())
+        return bad_usage("'" + options.library.files + "' is no folder that can be opened");
 
     options.count = show_counts || show_time;
     auto begin = std::chrono::steady_clock::now();
-    RUN_RESULT result = run_icode_file(file, options);
+    RUN_RESULT result = run_icode_files(files, options);
     std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
     fflush(stdout);
     if (result.how != RUN_RESULT::RAN) fprintf(stderr, "nxrun: %s\n", result.message.c_str());
@@ -110,4 +129,15 @@ int main(int argc, char** argv) {
         return 1;
     }
     return result.status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return run_tool(argc, argv);
+    } catch (const std::bad_alloc&) {
+        fputs("nxrun: out of memory\n", stderr);
+        return status_of_bad_file;
+    }
 }

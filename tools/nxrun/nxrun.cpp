@@ -3,8 +3,10 @@
 
 #include "exec.h"
 #include "gen.h"
+#include "library.h"
 
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -13,6 +15,7 @@ void run_program(PROGRAM& program, MEMORY& memory, const RUN_OPTIONS& options, R
     vm_options.count = options.count;
     vm_options.max_steps = options.max_steps;
     vm_options.strict = options.strict;
+    vm_options.library = options.library;
     VM vm(program, memory, vm_options);
     size_t read = 0;
     if (options.capture) {
@@ -33,11 +36,12 @@ void run_program(PROGRAM& program, MEMORY& memory, const RUN_OPTIONS& options, R
     } catch (const TRAPPED& t) { trapped(t.text); } catch (const TRAP& t) {
         trapped(t.cause);
     }
+    if (!vm.library->streams.flush_all() && result.how == RUN_RESULT::RAN) trapped("a file cannot be written");
     if (vm.write_error != 0 && result.how == RUN_RESULT::RAN) trapped("standard output cannot be written");
     if (options.count) result.counts = vm.counts();
 }
 
-RUN_RESULT run_unit(UNIT unit, const std::string& name, const RUN_OPTIONS& options) {
+RUN_RESULT run_unit(UNIT unit, const RUN_OPTIONS& options) {
     RUN_RESULT result;
     PROGRAM program;
     MEMORY memory;
@@ -48,27 +52,33 @@ RUN_RESULT run_unit(UNIT unit, const std::string& name, const RUN_OPTIONS& optio
     gen.strict = options.strict;
     gen.trap_overflow = options.trap_overflow;
     program.reads_ahead = unit.optimized;
-    PROGRAM_GEN(unit, program, memory, gen, name).compile();
+    PROGRAM_GEN(unit, program, memory, gen).compile();
     run_program(program, memory, options, result);
     return result;
 }
 
-template <typename LOAD> RUN_RESULT run_loaded(LOAD&& load, const std::string& name, const RUN_OPTIONS& options) {
+template <typename LOAD> RUN_RESULT run_loaded(LOAD&& load, const RUN_OPTIONS& options) {
+    RUN_RESULT result;
+    result.how = RUN_RESULT::BAD;
+    result.status = status_of_bad_file;
     try {
-        return run_unit(load(), name, options);
-    } catch (const BAD_FILE& bad) {
-        RUN_RESULT result;
-        result.how = RUN_RESULT::BAD;
-        result.status = status_of_bad_file;
-        result.message = bad.text;
-        return result;
+        return run_unit(load(), options);
+    } catch (const BAD_FILE& bad) { result.message = bad.text; } catch (const std::bad_alloc&) {
+        result.message = "out of memory";
     }
+    return result;
 }
 
 } // namespace
 
-RUN_RESULT run_icode_file(const std::string& path, const RUN_OPTIONS& options) {
-    return run_loaded([&] { return load_unit(path); }, path, options);
+RUN_RESULT run_icode_files(const std::vector<std::string>& paths, const RUN_OPTIONS& options) {
+    return run_loaded(
+        [&] {
+            std::vector<UNIT> units;
+            for (const std::string& path : paths) units.push_back(load_unit(path));
+            return link_units(std::move(units));
+        },
+        options);
 }
 
 RUN_RESULT run_icode(const void* bytes, size_t size, const std::string& name, const RUN_OPTIONS& options) {
@@ -78,5 +88,5 @@ RUN_RESULT run_icode(const void* bytes, size_t size, const std::string& name, co
             if (stream == nullptr) throw BAD_FILE{name + ": empty, or not enough memory"};
             return load_unit(stream, name);
         },
-        name, options);
+        options);
 }

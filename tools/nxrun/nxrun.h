@@ -1,8 +1,9 @@
-// The interpreter as a library: loads a file, runs it, gives what it printed, its status and its counts.
+// The interpreter as a library: loads one file or several, runs them, gives what it printed, its status and its counts.
 #ifndef NXRUN_NXRUN_H
 #define NXRUN_NXRUN_H
 
 #include "count.h"
+#include "streams.h"
 
 #include <cstdint>
 #include <string>
@@ -17,6 +18,7 @@ struct RUN_OPTIONS {
     bool capture = false;       // output goes to RUN_RESULT, and standard input is `input`
     std::string input;
     std::vector<std::string> args; // the program's arguments; the first is its name
+    LIBRARY_OPTIONS library;       // what the program sees of the host
 };
 
 struct RUN_RESULT {
@@ -29,7 +31,8 @@ struct RUN_RESULT {
 
 constexpr int status_of_bad_file = 1, status_of_trap = 3;
 
-RUN_RESULT run_icode_file(const std::string& path, const RUN_OPTIONS&);
+// The program that the files make; usually one.
+RUN_RESULT run_icode_files(const std::vector<std::string>& paths, const RUN_OPTIONS&);
 // A file that stands in memory; `name` is for messages.
 RUN_RESULT run_icode(const void* bytes, size_t size, const std::string& name, const RUN_OPTIONS&);
 

@@ -3,6 +3,13 @@
 // REQUIRES: front-end
 // RUN: nxparse -w %s -o %t && sh -c 'printf "one two\nlast" | nxrun %t a "b c"; echo status $?' 2>%t.err | FileCheck %s --match-full-lines
 // RUN: FileCheck %s --check-prefix=ERR --input-file=%t.err
+//
+// The headers declare every function of the library, and as the library has it.
+// RUN: sed -n -e 's/^LIB(\([A-Za-z0-9_]*\),.*/\1/p' -e 's/^LIB_AS(\([A-Za-z0-9_]*\),.*/\1/p' -e 's/^LIB_MATH[12]*(\([a-z0-9]*\).*/\1\n\1f\n\1l/p' %S/../../../tools/nxrun/library.def | grep -v -e _sqrt -e '^name' > %t.names
+// RUN: sh -c 'for h in assert ctype inttypes locale math setjmp signal stdio stdlib string time wchar wctype; do echo "#include <$h.h>"; done; sed "s/.*/#undef &/" %t.names; echo "void *all[] = {"; sed "s/.*/(void*)\&&,/" %t.names; echo "}; int main(void) { return 0; }"' > %t.all.c
+// RUN: nxparse -w %t.all.c -o %t.all && nxrun --strict %t.all
+// RUN: echo 'double time(int); int main(void) { return &time == 0; }' > %t.wrong.c && nxparse -w %t.wrong.c -o %t.all && not nxrun --strict %t.all 2>&1 | FileCheck %s --check-prefix=WRONG
+// WRONG: function 'time': declared otherwise than the library has it
 #include <ctype.h>
 #include <errno.h>
 #include <math.h>
@@ -16,6 +23,7 @@ static int by_value(const void *a, const void *b) {
     ++calls;
     return (x > y) - (x < y);
 }
+static int by_tens(const void *a, const void *b) { return *(const int *)a / 10 - *(const int *)b / 10; }
 static void first(void) { printf("first registered, last run\n"); }
 static void second(void) { printf("second registered\n"); }
 
@@ -37,6 +45,12 @@ int main(int argc, char **argv) {
     printf("%g ", strtod("2.5 rest", &end));
     printf("[%s] %g\n", end, atof("1e-1"));
 
+    // CHECK-NEXT: 12.5 1.00000012
+    // What follows a number need not be there; a float is rounded once.
+    p = malloc(5);
+    memcpy(p, "12.5,", 5);
+    printf("%g %.9g\n", strtod(p, 0), strtof("1.00000017881393421514957253748434595763683319091796875001", 0));
+
     // CHECK-NEXT: a,b,c 3 1 0 llo o none
     strcpy(text, "a;b,;c");
     for (p = strtok(text, ",;"); p; p = strtok(0, ",;")) printf("%s%s", p == text ? "" : ",", p);
@@ -52,7 +66,7 @@ int main(int argc, char **argv) {
     printf("%d %d %d %d\n", memcmp("ab", "ab", 2), strcmp("b", "a") > 0, strncmp("ab", "ac", 2) < 0 ? -1 : 1,
            memchr("xyz", 'y', 3) != 0);
 
-    // CHECK-NEXT: sorted, 17 at 5, none
+    // CHECK-NEXT: sorted, 17 at 5, none, 40 41 42 43
     for (i = 0; i < 40; i++) v[i] = (i * 7 + 3) % 40 * 3 + 2;
     qsort(v, 40, sizeof v[0], by_value);
     for (i = 1; i < 40; i++) sorted &= v[i - 1] < v[i] && calls > 0;
@@ -60,7 +74,10 @@ int main(int argc, char **argv) {
     p = bsearch(&i, v, 40, sizeof v[0], by_value);
     printf("%s, %d at %d, ", sorted ? "sorted" : "not sorted", *(int *)p, (int)((int *)p - v));
     i = 18;
-    printf("%s\n", bsearch(&i, v, 40, sizeof v[0], by_value) ? "found" : "none");
+    printf("%s,", bsearch(&i, v, 40, sizeof v[0], by_value) ? "found" : "none");
+    for (i = 0; i < 40; i++) v[i] = (39 - i) / 8 * 10 + i % 8; // what compares equal keeps its order
+    qsort(v, 40, sizeof v[0], by_tens);
+    printf(" %d %d %d %d\n", v[32], v[33], v[34], v[35]);
 
     // CHECK-NEXT: 1 0 Q 5 -3 2 -1
     printf("%d %d %c ", isalpha('z') != 0, isdigit('x'), toupper('q'));

@@ -1,34 +1,48 @@
 #ifndef _NX_FLOAT_H
 #define _NX_FLOAT_H
+#include <nx_features.h>
 #define FLT_ROUNDS 1
-#define FLT_EVAL_METHOD 0
-#define FLT_RADIX 2
-#define DECIMAL_DIG 17
-#define FLT_MANT_DIG 24
-#define FLT_DIG 6
-#define FLT_MIN_EXP (-125)
-#define FLT_MIN_10_EXP (-37)
-#define FLT_MAX_EXP 128
-#define FLT_MAX_10_EXP 38
-#define FLT_MAX 0x1.fffffep+127f
-#define FLT_EPSILON 0x1p-23f
-#define FLT_MIN 0x1p-126f
-#define DBL_MANT_DIG 53
-#define DBL_DIG 15
-#define DBL_MIN_EXP (-1021)
-#define DBL_MIN_10_EXP (-307)
-#define DBL_MAX_EXP 1024
-#define DBL_MAX_10_EXP 308
-#define DBL_MAX 0x1.fffffffffffffp+1023
-#define DBL_EPSILON 0x1p-52
-#define DBL_MIN 0x1p-1022
-#define LDBL_MANT_DIG DBL_MANT_DIG
-#define LDBL_DIG DBL_DIG
-#define LDBL_MIN_EXP DBL_MIN_EXP
-#define LDBL_MIN_10_EXP DBL_MIN_10_EXP
-#define LDBL_MAX_EXP DBL_MAX_EXP
-#define LDBL_MAX_10_EXP DBL_MAX_10_EXP
-#define LDBL_MAX 0x1.fffffffffffffp+1023L
-#define LDBL_EPSILON 0x1p-52L
-#define LDBL_MIN 0x1p-1022L
+#define FLT_RADIX __FLT_RADIX__
+#define FLT_MANT_DIG __FLT_MANT_DIG__
+#define FLT_DIG __FLT_DIG__
+#define FLT_MIN_EXP __FLT_MIN_EXP__
+#define FLT_MIN_10_EXP __FLT_MIN_10_EXP__
+#define FLT_MAX_EXP __FLT_MAX_EXP__
+#define FLT_MAX_10_EXP __FLT_MAX_10_EXP__
+#define FLT_MAX __FLT_MAX__
+#define FLT_EPSILON __FLT_EPSILON__
+#define FLT_MIN __FLT_MIN__
+#define DBL_MANT_DIG __DBL_MANT_DIG__
+#define DBL_DIG __DBL_DIG__
+#define DBL_MIN_EXP __DBL_MIN_EXP__
+#define DBL_MIN_10_EXP __DBL_MIN_10_EXP__
+#define DBL_MAX_EXP __DBL_MAX_EXP__
+#define DBL_MAX_10_EXP __DBL_MAX_10_EXP__
+#define DBL_MAX __DBL_MAX__
+#define DBL_EPSILON __DBL_EPSILON__
+#define DBL_MIN __DBL_MIN__
+#define LDBL_MANT_DIG __LDBL_MANT_DIG__
+#define LDBL_DIG __LDBL_DIG__
+#define LDBL_MIN_EXP __LDBL_MIN_EXP__
+#define LDBL_MIN_10_EXP __LDBL_MIN_10_EXP__
+#define LDBL_MAX_EXP __LDBL_MAX_EXP__
+#define LDBL_MAX_10_EXP __LDBL_MAX_10_EXP__
+#define LDBL_MAX __LDBL_MAX__
+#define LDBL_EPSILON __LDBL_EPSILON__
+#define LDBL_MIN __LDBL_MIN__
+#ifdef NX_C99
+#define FLT_EVAL_METHOD __FLT_EVAL_METHOD__
+#define DECIMAL_DIG __DECIMAL_DIG__
+#endif
+#ifdef NX_C11
+#define FLT_DECIMAL_DIG __FLT_DECIMAL_DIG__
+#define DBL_DECIMAL_DIG __DBL_DECIMAL_DIG__
+#define LDBL_DECIMAL_DIG __LDBL_DECIMAL_DIG__
+#define FLT_TRUE_MIN __FLT_DENORM_MIN__
+#define DBL_TRUE_MIN __DBL_DENORM_MIN__
+#define LDBL_TRUE_MIN __LDBL_DENORM_MIN__
+#define FLT_HAS_SUBNORM 1
+#define DBL_HAS_SUBNORM 1
+#define LDBL_HAS_SUBNORM 1
+#endif
 #endif

@@ -1,23 +1,26 @@
 /* A char has 16 bits: it is as wide as short. */
 #ifndef _NX_LIMITS_H
 #define _NX_LIMITS_H
-#define CHAR_BIT 16
-#define SCHAR_MIN (-32767 - 1)
-#define SCHAR_MAX 32767
-#define UCHAR_MAX 65535
+#include <nx_features.h>
+#define CHAR_BIT __CHAR_BIT__
+#define SCHAR_MAX __SCHAR_MAX__
+#define SCHAR_MIN (-SCHAR_MAX - 1)
+#define UCHAR_MAX (SCHAR_MAX * 2 + 1)
 #define CHAR_MIN SCHAR_MIN
 #define CHAR_MAX SCHAR_MAX
 #define MB_LEN_MAX 1
-#define SHRT_MIN (-32767 - 1)
-#define SHRT_MAX 32767
-#define USHRT_MAX 65535
-#define INT_MIN (-2147483647 - 1)
-#define INT_MAX 2147483647
-#define UINT_MAX 4294967295u
-#define LONG_MIN (-2147483647L - 1L)
-#define LONG_MAX 2147483647L
-#define ULONG_MAX 4294967295uL
-#define LLONG_MIN (-9223372036854775807LL - 1LL)
-#define LLONG_MAX 9223372036854775807LL
-#define ULLONG_MAX 18446744073709551615uLL
+#define SHRT_MAX __SHRT_MAX__
+#define SHRT_MIN (-SHRT_MAX - 1)
+#define USHRT_MAX (SHRT_MAX * 2 + 1)
+#define INT_MAX __INT_MAX__
+#define INT_MIN (-INT_MAX - 1)
+#define UINT_MAX (INT_MAX * 2U + 1U)
+#define LONG_MAX __LONG_MAX__
+#define LONG_MIN (-LONG_MAX - 1L)
+#define ULONG_MAX (LONG_MAX * 2UL + 1UL)
+#ifdef NX_C99
+#define LLONG_MAX __LONG_LONG_MAX__
+#define LLONG_MIN (-LLONG_MAX - 1LL)
+#define ULLONG_MAX (LLONG_MAX * 2ULL + 1ULL)
+#endif
 #endif

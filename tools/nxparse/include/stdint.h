@@ -81,8 +81,8 @@ typedef unsigned long long uintmax_t;
 #define SIZE_MAX UINT32_MAX
 #define WCHAR_MIN 0
 #define WCHAR_MAX 65535
-#define WINT_MIN 0
-#define WINT_MAX UINT32_MAX
+#define WINT_MIN INT32_MIN
+#define WINT_MAX INT32_MAX
 #define INT8_C(c) c
 #define UINT8_C(c) c
 #define INT16_C(c) c

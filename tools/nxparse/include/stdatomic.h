@@ -1,0 +1,1 @@
+#error "stdatomic.h: the machine has no atomic types (__STDC_NO_ATOMICS__ says so)"
